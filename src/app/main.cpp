@@ -1,0 +1,52 @@
+#include "AppState.h"
+#include "StartupReport.h"
+#include "core/Clock.h"
+
+#include <QCommandLineParser>
+#include <QFontDatabase>
+#include <QGuiApplication>
+#include <QQmlApplicationEngine>
+#include <QQuickStyle>
+#include <QQuickWindow>
+
+using namespace Qt::StringLiterals;
+
+int main(int argc, char *argv[])
+{
+    kalvo::StartupReport report; // starts its stopwatch before anything else
+    QGuiApplication app(argc, argv);
+    QGuiApplication::setApplicationName(u"Kalvo"_s);
+    QGuiApplication::setApplicationVersion(QStringLiteral(KALVO_VERSION));
+    QQuickStyle::setStyle(u"Basic"_s);
+
+    QCommandLineParser parser;
+    parser.setApplicationDescription(u"Kalvo — FX-Nachrichten, Preise und Kalender"_s);
+    parser.addHelpOption();
+    parser.addVersionOption();
+    const QCommandLineOption endpointsOption(u"endpoints"_s, u"Endpoints file (JSON)."_s, u"file"_s);
+    const QCommandLineOption reportOption(
+        u"startup-report"_s, u"Print when the first frame and the stored news appeared, then quit."_s);
+    parser.addOption(endpointsOption);
+    parser.addOption(reportOption);
+    parser.process(app);
+
+    kalvo::AppState state(kalvo::Clock::system());
+    state.setEndpointsFile(parser.isSet(endpointsOption) ? parser.value(endpointsOption)
+                                                         : qEnvironmentVariable("KALVO_ENDPOINTS"));
+
+    QQmlApplicationEngine engine;
+    engine.setInitialProperties({
+        {u"appState"_s, QVariant::fromValue(&state)},
+        {u"monoFamily"_s, QFontDatabase::systemFont(QFontDatabase::FixedFont).family()},
+    });
+    QObject::connect(&engine, &QQmlApplicationEngine::objectCreationFailed, &app,
+                     [] { QCoreApplication::exit(1); }, Qt::QueuedConnection);
+    engine.load(QUrl(u"qrc:/Kalvo/ui/Main.qml"_s));
+    if (engine.rootObjects().isEmpty())
+        return 1;
+
+    auto *window = qobject_cast<QQuickWindow *>(engine.rootObjects().constFirst());
+    if (parser.isSet(reportOption))
+        report.watch(window, &state);
+    return app.exec();
+}

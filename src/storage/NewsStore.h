@@ -1,0 +1,39 @@
+#pragma once
+
+#include "core/NewsItem.h"
+
+#include <QList>
+#include <QString>
+
+struct sqlite3;
+
+namespace kalvo {
+
+// The SQLite file of stored headlines. Synchronous and single-threaded:
+// DatabaseService owns one and calls it from its worker thread only.
+// Failures are never thrown: after a failed open every write is a no-op and
+// every read comes back empty.
+class NewsStore
+{
+public:
+    explicit NewsStore(QString path);
+    ~NewsStore();
+
+    NewsStore(const NewsStore &) = delete;
+    NewsStore &operator=(const NewsStore &) = delete;
+
+    void open();
+    void insert(const NewsItem &item);
+    void updateAnalysis(const QString &id, const NewsAnalysis &analysis, double score);
+    // Newest first. Rows with an unreadable date get `now`.
+    QList<NewsItem> loadRecent(int limit, const QDateTime &now);
+    bool containsHash(const QString &hash);
+
+    bool isOpen() const { return m_db != nullptr; }
+
+private:
+    QString m_path;
+    sqlite3 *m_db = nullptr;
+};
+
+} // namespace kalvo
