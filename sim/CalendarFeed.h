@@ -1,0 +1,19 @@
+#pragma once
+
+#include "LoopbackServer.h"
+#include "MarketSimulator.h"
+
+namespace kalvo::sim {
+
+// Placeholder until this part of the simulator is written: serves nothing.
+class CalendarFeed
+{
+public:
+    explicit CalendarFeed(const SimulatorOptions &options) : m_options(options) {}
+    void install(LoopbackServer &) {}
+
+private:
+    const SimulatorOptions &m_options;
+};
+
+} // namespace kalvo::sim

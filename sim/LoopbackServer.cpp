@@ -1,0 +1,134 @@
+#include "LoopbackServer.h"
+
+#include <QHttpServerRequest>
+#include <QTcpSocket>
+#include <QTimer>
+
+using namespace Qt::StringLiterals;
+
+namespace kalvo::sim {
+
+namespace {
+
+QByteArray reasonPhrase(int status)
+{
+    switch (status) {
+    case 200: return "OK";
+    case 400: return "Bad Request";
+    case 401: return "Unauthorized";
+    case 404: return "Not Found";
+    case 413: return "Payload Too Large";
+    case 429: return "Too Many Requests";
+    case 500: return "Internal Server Error";
+    case 502: return "Bad Gateway";
+    case 503: return "Service Unavailable";
+    default: return "Status";
+    }
+}
+
+RecordedRequest record(const QHttpServerRequest &request)
+{
+    RecordedRequest recorded;
+    switch (request.method()) {
+    case QHttpServerRequest::Method::Get: recorded.method = "GET"; break;
+    case QHttpServerRequest::Method::Post: recorded.method = "POST"; break;
+    case QHttpServerRequest::Method::Head: recorded.method = "HEAD"; break;
+    default: recorded.method = "OTHER"; break;
+    }
+    recorded.path = request.url().path();
+    recorded.query = request.url().query(QUrl::FullyEncoded);
+    for (const auto &[name, value] : request.headers())
+        recorded.headers.insert(name.toLower(), value);
+    recorded.body = request.body();
+    return recorded;
+}
+
+} // namespace
+
+LoopbackServer::LoopbackServer(QObject *parent) : QAbstractHttpServer(parent) {}
+
+quint16 LoopbackServer::start(quint16 port)
+{
+    m_port = listen(QHostAddress::LocalHost, port);
+    return m_port;
+}
+
+QUrl LoopbackServer::baseUrl() const
+{
+    return QUrl(u"http://127.0.0.1:%1"_s.arg(m_port));
+}
+
+void LoopbackServer::route(const QString &path, Route handler)
+{
+    m_routes.insert(path, std::move(handler));
+}
+
+int LoopbackServer::requestCount(const QString &path) const
+{
+    return int(std::count_if(m_requests.cbegin(), m_requests.cend(),
+                             [&](const RecordedRequest &r) { return r.path == path; }));
+}
+
+bool LoopbackServer::handleRequest(const QHttpServerRequest &request, QTcpSocket *socket)
+{
+    RecordedRequest recorded = record(request);
+    m_requests.append(recorded);
+    answer(socket, recorded);
+    return true;
+}
+
+void LoopbackServer::missingHandler(const QHttpServerRequest &, QTcpSocket *socket)
+{
+    write(socket, {404, "text/plain", "not found"});
+}
+
+void LoopbackServer::answer(QPointer<QTcpSocket> socket, const RecordedRequest &request)
+{
+    const auto route = m_routes.constFind(request.path);
+    if (route == m_routes.cend()) {
+        write(socket, {404, "text/plain", "not found"});
+        return;
+    }
+    const auto fault = m_faults.constFind(request.path);
+    if (fault == m_faults.cend()) {
+        write(socket, (*route)(request));
+        return;
+    }
+    switch (fault->kind) {
+    case Fault::Kind::Status:
+        write(socket, {fault->status, "text/plain", reasonPhrase(fault->status)});
+        return;
+    case Fault::Kind::Hang:
+        return; // the socket stays open until the client gives up
+    case Fault::Kind::Delay:
+        QTimer::singleShot(fault->delayMs, this, [socket, reply = (*route)(request)] {
+            if (socket)
+                write(socket, reply);
+        });
+        return;
+    case Fault::Kind::Truncate: {
+        HttpReply reply = (*route)(request);
+        reply.body.truncate(reply.body.size() / 2);
+        write(socket, reply);
+        return;
+    }
+    case Fault::Kind::Empty:
+        write(socket, {200, (*route)(request).contentType, {}});
+        return;
+    case Fault::Kind::Garbage:
+        write(socket, {200, (*route)(request).contentType, QByteArray("\x00\xff\xfe<<\x01garbage\x80", 16)});
+        return;
+    }
+}
+
+void LoopbackServer::write(QTcpSocket *socket, const HttpReply &reply)
+{
+    if (!socket || socket->state() != QAbstractSocket::ConnectedState)
+        return;
+    QByteArray head = "HTTP/1.1 " + QByteArray::number(reply.status) + ' ' + reasonPhrase(reply.status) + "\r\n";
+    head += "Content-Type: " + reply.contentType + "\r\n";
+    head += "Content-Length: " + QByteArray::number(reply.body.size()) + "\r\n\r\n";
+    socket->write(head + reply.body);
+}
+
+} // namespace kalvo::sim
