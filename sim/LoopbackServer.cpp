@@ -63,6 +63,36 @@ void LoopbackServer::route(const QString &path, Route handler)
     m_routes.insert(path, std::move(handler));
 }
 
+void LoopbackServer::routePrefix(const QString &prefix, Route handler)
+{
+    m_prefixRoutes.insert(prefix, std::move(handler));
+}
+
+const LoopbackServer::Route *LoopbackServer::findRoute(const QString &path) const
+{
+    if (const auto exact = m_routes.constFind(path); exact != m_routes.cend())
+        return &*exact;
+    const Route *best = nullptr;
+    qsizetype bestLength = -1;
+    for (auto it = m_prefixRoutes.cbegin(); it != m_prefixRoutes.cend(); ++it) {
+        if (path.startsWith(it.key()) && it.key().size() > bestLength) {
+            best = &*it;
+            bestLength = it.key().size();
+        }
+    }
+    return best;
+}
+
+const Fault *LoopbackServer::findFault(const RecordedRequest &request) const
+{
+    if (!request.query.isEmpty()) {
+        if (const auto withQuery = m_faults.constFind(request.path + u'?' + request.query); withQuery != m_faults.cend())
+            return &*withQuery;
+    }
+    const auto onPath = m_faults.constFind(request.path);
+    return onPath == m_faults.cend() ? nullptr : &*onPath;
+}
+
 int LoopbackServer::requestCount(const QString &path) const
 {
     return int(std::count_if(m_requests.cbegin(), m_requests.cend(),
@@ -84,13 +114,13 @@ void LoopbackServer::missingHandler(const QHttpServerRequest &, QTcpSocket *sock
 
 void LoopbackServer::answer(QPointer<QTcpSocket> socket, const RecordedRequest &request)
 {
-    const auto route = m_routes.constFind(request.path);
-    if (route == m_routes.cend()) {
+    const Route *route = findRoute(request.path);
+    if (!route) {
         write(socket, {404, "text/plain", "not found"});
         return;
     }
-    const auto fault = m_faults.constFind(request.path);
-    if (fault == m_faults.cend()) {
+    const Fault *fault = findFault(request);
+    if (!fault) {
         write(socket, (*route)(request));
         return;
     }

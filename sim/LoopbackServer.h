@@ -64,11 +64,13 @@ public:
     quint16 start(quint16 port = 0);
     QUrl baseUrl() const;
 
+    // Exact paths win over prefixes; among prefixes the longest wins.
     void route(const QString &path, Route handler);
-    bool hasRoute(const QString &path) const { return m_routes.contains(path); }
-    QStringList routes() const { return m_routes.keys(); }
+    void routePrefix(const QString &prefix, Route handler);
 
-    void setFault(const QString &path, const Fault &fault) { m_faults.insert(path, fault); }
+    // `target` is a path ("/news/rss.xml") or a path with its query
+    // ("/rss/search?q=ecb"); a fault on the path with the query wins.
+    void setFault(const QString &target, const Fault &fault) { m_faults.insert(target, fault); }
     void clearFault(const QString &path) { m_faults.remove(path); }
     void clearFaults() { m_faults.clear(); }
 
@@ -83,9 +85,12 @@ protected:
 
 private:
     void answer(QPointer<QTcpSocket> socket, const RecordedRequest &request);
+    const Route *findRoute(const QString &path) const;
+    const Fault *findFault(const RecordedRequest &request) const;
     static void write(QTcpSocket *socket, const HttpReply &reply);
 
     QMap<QString, Route> m_routes;
+    QMap<QString, Route> m_prefixRoutes;
     QHash<QString, Fault> m_faults;
     QList<RecordedRequest> m_requests;
     quint16 m_port = 0;
