@@ -80,6 +80,21 @@ void AppState::setConfig(const Config &config)
     emit configChanged();
 }
 
+void AppState::setSelectedNews(const std::optional<NewsItem> &item)
+{
+    m_selectedNews = item;
+    emit selectedNewsChanged();
+}
+
+void AppState::runDetailAnalysis(const QString &)
+{
+    // Wired to the AI client once it exists; until then nothing can run.
+}
+
+void AppState::loadLiveBriefing() {}
+
+void AppState::loadMarketOverview() {}
+
 void AppState::setStatus(const QString &status)
 {
     if (m_status == status)

@@ -42,6 +42,7 @@ class AppState : public QObject
     Q_PROPERTY(bool isLoadingBriefing MEMBER m_isLoadingBriefing NOTIFY isLoadingBriefingChanged)
     Q_PROPERTY(bool isLoadingOverview MEMBER m_isLoadingOverview NOTIFY isLoadingOverviewChanged)
     Q_PROPERTY(QString selectedPair MEMBER m_selectedPair NOTIFY selectedPairChanged)
+    Q_PROPERTY(bool aiAvailable READ aiAvailable NOTIFY aiAvailableChanged)
 
 public:
     // Kept and settable; the right column switches with showScannerPanel.
@@ -64,6 +65,17 @@ public:
 
     Q_INVOKABLE void startIfNeeded();
     Q_INVOKABLE void stop();
+
+    // AI operations the views start. Each raises its busy flag at once and
+    // lowers it when the work is done, whatever the outcome.
+    Q_INVOKABLE void runDetailAnalysis(const QString &newsId);
+    Q_INVOKABLE void loadLiveBriefing();
+    Q_INVOKABLE void loadMarketOverview();
+    // Whether an AI client exists; the views call the operations only then.
+    bool aiAvailable() const { return false; }
+
+    const std::optional<NewsItem> &selectedNews() const { return m_selectedNews; }
+    void setSelectedNews(const std::optional<NewsItem> &item);
 
     QString status() const { return m_status; }
     int newsCount() const { return int(m_news.size()); }
@@ -113,6 +125,10 @@ signals:
     void newsInserted(int row);
     void newsRemoved(int row);
     void newsReplaced();
+    // The item at `row` kept its place but its score or analysis changed.
+    void newsUpdated(int row);
+    void selectedNewsChanged();
+    void aiAvailableChanged();
     // The start-up sequence has run to its end and the loops are going.
     void started();
 
@@ -149,6 +165,7 @@ private:
     bool m_isLoadingBriefing = false;
     bool m_isLoadingOverview = false;
     QString m_selectedPair;
+    std::optional<NewsItem> m_selectedNews;
 };
 
 } // namespace kalvo
