@@ -30,9 +30,10 @@ struct StartupFiles
     QString databasePath;
 };
 
-StartupFiles readStartupFiles(const QString &endpointsFile)
+StartupFiles readStartupFiles(const QString &endpointsFile, const Endpoints &endpoints)
 {
     StartupFiles files;
+    files.endpoints = endpoints;
     files.config = ConfigFiles::load();
     if (!endpointsFile.isEmpty())
         files.endpoints = Endpoints::fromFile(endpointsFile, &files.endpointProblems);
@@ -128,7 +129,7 @@ QCoro::Task<> AppState::start(std::stop_token stop)
 {
     QPointer<AppState> self(this);
 
-    const StartupFiles files = co_await QtConcurrent::run(readStartupFiles, m_endpointsFile);
+    const StartupFiles files = co_await QtConcurrent::run(readStartupFiles, m_endpointsFile, m_endpoints);
     if (!self)
         co_return;
     for (const QString &problem : files.endpointProblems)

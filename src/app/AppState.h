@@ -60,6 +60,8 @@ public:
 
     // An endpoints file to read at start-up instead of the built-in addresses.
     void setEndpointsFile(const QString &path) { m_endpointsFile = path; }
+    // Addresses to use when no endpoints file is set (the demo's simulator).
+    void setEndpoints(const Endpoints &endpoints) { m_endpoints = endpoints; }
     // Where alert sounds go; playAlertSound unless replaced.
     void setSoundPlayer(SoundPlayer player) { m_playSound = std::move(player); }
 

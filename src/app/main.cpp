@@ -1,4 +1,5 @@
 #include "AppState.h"
+#include "DemoMode.h"
 #include "StartupReport.h"
 #include "core/Clock.h"
 
@@ -26,13 +27,25 @@ int main(int argc, char *argv[])
     const QCommandLineOption endpointsOption(u"endpoints"_s, u"Endpoints file (JSON)."_s, u"file"_s);
     const QCommandLineOption reportOption(
         u"startup-report"_s, u"Print when the first frame and the stored news appeared, then quit."_s);
+    const QCommandLineOption demoOption(
+        u"demo"_s, u"Simulated markets on this machine; no network needed, data kept apart."_s);
     parser.addOption(endpointsOption);
+    parser.addOption(demoOption);
     parser.addOption(reportOption);
     parser.process(app);
 
+    kalvo::DemoMode demo;
     kalvo::AppState state(kalvo::Clock::system());
-    state.setEndpointsFile(parser.isSet(endpointsOption) ? parser.value(endpointsOption)
-                                                         : qEnvironmentVariable("KALVO_ENDPOINTS"));
+    if (parser.isSet(demoOption)) {
+        if (!demo.start()) {
+            qCritical("kalvo: the demo could not open a loopback port");
+            return 1;
+        }
+        state.setEndpoints(demo.endpoints());
+    } else {
+        state.setEndpointsFile(parser.isSet(endpointsOption) ? parser.value(endpointsOption)
+                                                             : qEnvironmentVariable("KALVO_ENDPOINTS"));
+    }
 
     QQmlApplicationEngine engine;
     engine.setInitialProperties({
