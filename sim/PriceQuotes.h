@@ -3,16 +3,46 @@
 #include "LoopbackServer.h"
 #include "MarketSimulator.h"
 
+#include <QDateTime>
+#include <QMap>
+#include <QStringList>
+
+#include <optional>
+
 namespace kalvo::sim {
 
-// Placeholder until this part of the simulator is written: serves nothing.
+// The three price sources: the chart API (one seeded random walk per
+// underlying, around realistic levels, crosses derived from the dollar legs
+// so that they agree), the daily USD rates file under its CDN and its mirror
+// path, and Frankfurter's latest rates. Everything follows
+// SimulatorOptions::now and is the same for the same seed.
 class PriceQuotes
 {
 public:
-    explicit PriceQuotes(const SimulatorOptions &options) : m_options(options) {}
-    void install(LoopbackServer &) {}
+    static constexpr QLatin1StringView chartPrefix{"/v8/finance/chart/"};
+    static constexpr QLatin1StringView cdnRatesPath{"/npm/@fawazahmed0/currency-api@latest/v1/currencies/usd.json"};
+    static constexpr QLatin1StringView mirrorRatesPath{"/v1/currencies/usd.json"};
+    static constexpr QLatin1StringView frankfurterPath{"/latest"};
+
+    explicit PriceQuotes(const SimulatorOptions &options);
+    void install(LoopbackServer &server);
+
+    // Every ticker with its own table entry; any other "XXXYYY=X" of two
+    // known currencies is served too.
+    static QStringList tickers();
+
+    // The last price the chart API answers for `ticker` at `instant`.
+    std::optional<double> lastPrice(const QString &ticker, const QDateTime &instant) const;
+    // The rates file's "usd" object for the day of `instant`, codes in lower case.
+    QMap<QString, double> usdRates(const QDateTime &instant) const;
+    // Frankfurter's latest rates at `instant`, per unit of `base`, and their date.
+    QMap<QString, double> referenceRates(const QDateTime &instant, const QString &base, QDate *date = nullptr) const;
 
 private:
+    HttpReply chart(const RecordedRequest &request) const;
+    HttpReply ratesFile() const;
+    HttpReply frankfurter(const RecordedRequest &request) const;
+
     const SimulatorOptions &m_options;
 };
 

@@ -20,6 +20,8 @@ PACKAGES=(
   gstreamer1.0-plugins-base gstreamer1.0-plugins-good
   # fonts: a fixed-width face and colour emoji
   fonts-dejavu-core fonts-noto-color-emoji fontconfig
+  # offline speech of the AI backend: German voice, MP3 encoder
+  libespeak-ng-dev libmp3lame-dev espeak-ng-data
   # UI checks and screenshots
   xvfb xauth x11-apps imagemagick
 )

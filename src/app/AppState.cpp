@@ -87,6 +87,12 @@ void AppState::setSelectedNews(const std::optional<NewsItem> &item)
     emit selectedNewsChanged();
 }
 
+void AppState::selectNews(const QString &id)
+{
+    const auto found = std::find_if(m_news.cbegin(), m_news.cend(), [&](const NewsItem &n) { return n.id == id; });
+    setSelectedNews(id.isEmpty() || found == m_news.cend() ? std::nullopt : std::optional(*found));
+}
+
 void AppState::runDetailAnalysis(const QString &)
 {
     // Wired to the AI client once it exists; until then nothing can run.

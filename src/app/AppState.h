@@ -26,7 +26,7 @@ class DatabaseService;
 class AppState : public QObject
 {
     Q_OBJECT
-    Q_PROPERTY(QString status READ status NOTIFY statusChanged)
+    Q_PROPERTY(QString status READ status WRITE setStatus NOTIFY statusChanged)
     Q_PROPERTY(int newsCount READ newsCount NOTIFY newsCountChanged)
     Q_PROPERTY(bool isRunning READ isRunning NOTIFY isRunningChanged)
     Q_PROPERTY(QString aiModel READ aiModel NOTIFY aiModelChanged)
@@ -43,6 +43,7 @@ class AppState : public QObject
     Q_PROPERTY(bool isLoadingOverview MEMBER m_isLoadingOverview NOTIFY isLoadingOverviewChanged)
     Q_PROPERTY(QString selectedPair MEMBER m_selectedPair NOTIFY selectedPairChanged)
     Q_PROPERTY(bool aiAvailable READ aiAvailable NOTIFY aiAvailableChanged)
+    Q_PROPERTY(QString selectedNewsId READ selectedNewsId NOTIFY selectedNewsChanged)
 
 public:
     // Kept and settable; the right column switches with showScannerPanel.
@@ -78,8 +79,16 @@ public:
 
     const std::optional<NewsItem> &selectedNews() const { return m_selectedNews; }
     void setSelectedNews(const std::optional<NewsItem> &item);
+    // The views select by id: the item of news() with that id, or none for
+    // an empty or unknown id.
+    Q_INVOKABLE void selectNews(const QString &id);
+    QString selectedNewsId() const { return m_selectedNews ? m_selectedNews->id : QString(); }
+    // The views' source of "now" (clock text, ages), so a fixed clock fixes them too.
+    Clock &clock() const { return m_clock; }
 
     QString status() const { return m_status; }
+    // The views write the start message of an operation they launch.
+    void setStatus(const QString &status);
     int newsCount() const { return int(m_news.size()); }
     bool isRunning() const { return m_isRunning; }
     QString aiModel() const { return m_aiModel; }
@@ -138,7 +147,6 @@ private:
     QCoro::Task<> start(std::stop_token stop);
     QCoro::Task<> scannerLoop(std::stop_token stop);
     QCoro::Task<> sessionsLoop(std::stop_token stop);
-    void setStatus(const QString &status);
     void replaceNews(QList<NewsItem> items);
 
     Clock &m_clock;

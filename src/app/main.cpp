@@ -9,6 +9,9 @@
 #include <QQmlApplicationEngine>
 #include <QQuickStyle>
 #include <QQuickWindow>
+#include <QtQml/qqmlextensionplugin.h>
+
+Q_IMPORT_QML_PLUGIN(KalvoPlugin)
 
 using namespace Qt::StringLiterals;
 
@@ -54,7 +57,8 @@ int main(int argc, char *argv[])
     });
     QObject::connect(&engine, &QQmlApplicationEngine::objectCreationFailed, &app,
                      [] { QCoreApplication::exit(1); }, Qt::QueuedConnection);
-    engine.load(QUrl(u"qrc:/Kalvo/ui/Main.qml"_s));
+    engine.addImportPath(u"qrc:/qt/qml"_s);
+    engine.load(QUrl(u"qrc:/qt/qml/Kalvo/Main.qml"_s));
     if (engine.rootObjects().isEmpty())
         return 1;
 

@@ -1,79 +1,37 @@
 import QtQuick
 import QtQuick.Window
+import Kalvo
 
-// The application window. For now it shows the live status line and the
-// number of headlines held; the full three-column layout builds on this.
+// The application window: the main view on the dark background. It starts
+// the application state when it appears and stops it when it closes.
 Window {
     id: window
 
     required property var appState
+    // The platform's fixed-width family, handed over by the shell.
     required property string monoFamily
 
     width: 1400
     height: 900
+    minimumWidth: 960
+    minimumHeight: 300
     visible: true
     title: "Kalvo"
-    color: "#0c1018"
+    color: Theme.background
+
+    Binding {
+        target: Theme
+        property: "monoFamily"
+        value: window.monoFamily
+        when: window.monoFamily !== ""
+    }
+
+    MainView {
+        objectName: "mainView"
+        anchors.fill: parent
+        appState: window.appState
+    }
 
     Component.onCompleted: appState.startIfNeeded()
     onClosing: appState.stop()
-
-    Rectangle {
-        id: topBar
-        anchors { left: parent.left; right: parent.right; top: parent.top }
-        height: 44
-        color: "#0e1520"
-
-        Text {
-            anchors { left: parent.left; leftMargin: 16; verticalCenter: parent.verticalCenter }
-            text: "KALVO"
-            color: "white"
-            font { family: window.monoFamily; pixelSize: 16; bold: true; letterSpacing: 2 }
-        }
-
-        Rectangle {
-            anchors { left: parent.left; right: parent.right; bottom: parent.bottom }
-            height: 1
-            color: "#3a5578"
-        }
-    }
-
-    Text {
-        anchors.centerIn: parent
-        text: window.appState.newsCount + " News"
-        color: "#506880"
-        font { family: window.monoFamily; pixelSize: 14 }
-    }
-
-    Rectangle {
-        id: statusBar
-        anchors { left: parent.left; right: parent.right; bottom: parent.bottom }
-        height: 26
-        color: "#0e1520"
-
-        Rectangle {
-            anchors { left: parent.left; right: parent.right; top: parent.top }
-            height: 1
-            color: "#2a3f58"
-        }
-
-        Text {
-            objectName: "statusLine"
-            anchors { left: parent.left; leftMargin: 12; right: newsCount.left; rightMargin: 12
-                      verticalCenter: parent.verticalCenter }
-            text: window.appState.status
-            elide: Text.ElideRight
-            color: "#8ab0d0"
-            font { family: window.monoFamily; pixelSize: 11 }
-        }
-
-        Text {
-            id: newsCount
-            objectName: "newsCount"
-            anchors { right: parent.right; rightMargin: 12; verticalCenter: parent.verticalCenter }
-            text: window.appState.newsCount + " News"
-            color: "#506880"
-            font { family: window.monoFamily; pixelSize: 11 }
-        }
-    }
 }

@@ -1,0 +1,767 @@
+#include "../TestSupport.h"
+#include "ScriptedBackend.h"
+
+#include "ai/BackendToken.h"
+#include "ai/ClaudeService.h"
+#include "core/Clock.h"
+
+#include <QCoroFuture>
+#include <QFile>
+#include <QTemporaryDir>
+#include <QTemporaryFile>
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+using namespace kalvo;
+using namespace std::chrono_literals;
+using Backend = test::ScriptedBackend;
+using Steps = QList<Backend::Step>;
+using Kind = AIBackendError::Kind;
+
+namespace {
+
+const QByteArray secretToken = "tok-7f3a9c2e-secret";
+// Short enough for the hang cases to end at once, long enough for loopback.
+constexpr auto shortTimeout = 150ms;
+
+const QDateTime wednesdayMorning = test::utc(2024, 5, 8, 10, 15); // EU SESSION
+const QDateTime saturday = test::utc(2024, 5, 11, 9, 0);
+const QDateTime sundayBeforeOpen = test::utc(2024, 5, 12, 20, 30);
+
+const QString sonnet45 = u"claude-sonnet-4-5"_s;
+const QString opus45 = u"claude-opus-4-5"_s;
+const QString haiku35 = u"claude-3-5-haiku-20241022"_s;
+const QString sonnet35 = u"claude-3-5-sonnet-20241022"_s;
+const QString haiku3 = u"claude-3-haiku-20240307"_s;
+
+template<typename T>
+T awaited(QCoro::Task<T> &&task)
+{
+    return QCoro::waitFor(std::move(task));
+}
+
+// Lines written to standard output while it lives, read back by prefix.
+class StdoutCapture
+{
+public:
+    StdoutCapture()
+    {
+        std::fflush(stdout);
+        if (m_file.open()) {
+            m_saved = ::dup(STDOUT_FILENO);
+            ::dup2(m_file.handle(), STDOUT_FILENO);
+        }
+    }
+    ~StdoutCapture() { restore(); }
+
+    QStringList lines(const QString &prefix)
+    {
+        restore();
+        QFile written(m_file.fileName());
+        if (!written.open(QIODevice::ReadOnly))
+            return {u"<capture failed>"_s};
+        QStringList result;
+        for (const QString &line : QString::fromUtf8(written.readAll()).split(u'\n', Qt::SkipEmptyParts)) {
+            if (line.startsWith(prefix))
+                result.append(line);
+        }
+        return result;
+    }
+
+private:
+    void restore()
+    {
+        if (m_saved < 0)
+            return;
+        std::fflush(stdout);
+        ::dup2(m_saved, STDOUT_FILENO);
+        ::close(m_saved);
+        m_saved = -1;
+    }
+
+    QTemporaryFile m_file;
+    int m_saved = -1;
+};
+
+NewsItem fedItem()
+{
+    NewsItem item;
+    item.id = u"fed"_s;
+    item.title = u"Fed holds rates steady"_s;
+    item.source = u"Reuters"_s;
+    item.content = u"Powell: „Geduld“ bleibt Trumpf."_s;
+    item.score = 6.9;
+    NewsAnalysis analysis;
+    analysis.headline = u"Fed signalisiert Pause"_s;
+    item.analysis = analysis;
+    return item;
+}
+
+NewsItem ecbItem()
+{
+    NewsItem item;
+    item.id = u"ecb"_s;
+    item.title = u"ECB's Lagarde speaks"_s;
+    item.source = u"FXStreet"_s;
+    item.content = u"Short."_s;
+    item.score = 8;
+    return item;
+}
+
+QList<NewsItem> workedNews()
+{
+    return {fedItem(), ecbItem()};
+}
+
+QList<CalendarEvent> workedEvents()
+{
+    CalendarEvent payrolls;
+    payrolls.id = u"nfp"_s;
+    payrolls.timeDisplay = u"14:30"_s;
+    payrolls.currency = u"USD"_s;
+    payrolls.impact = CalendarEvent::Impact::High;
+    payrolls.event = u"Non-Farm Payrolls"_s;
+    CalendarEvent holiday;
+    holiday.id = u"holiday"_s;
+    holiday.timeDisplay = u"Ganztägig"_s;
+    holiday.currency = u"JPY"_s;
+    holiday.impact = CalendarEvent::Impact::Unknown;
+    holiday.event = u"Bank Holiday"_s;
+    return {payrolls, holiday};
+}
+
+enum class Operation { QuickScoring, DeepAnalysis, Overview, Briefing, Instrument };
+
+// Runs one analysis with the worked data; says whether a result came back.
+bool run(ClaudeService &service, Operation operation, const QList<NewsItem> &news = workedNews())
+{
+    switch (operation) {
+    case Operation::QuickScoring:
+        return awaited(service.analyzeNews(fedItem())).has_value();
+    case Operation::DeepAnalysis:
+        return awaited(service.analyzeNewsDetail(fedItem())).has_value();
+    case Operation::Overview:
+        return awaited(service.generateMarketOverview(news, {u"EUR/USD"_s, u"GBP/USD"_s})).has_value();
+    case Operation::Briefing:
+        return awaited(service.generateLiveBriefing(news, workedEvents())).has_value();
+    case Operation::Instrument:
+        return awaited(service.analyzeInstrument(u"EUR/USD"_s, news, workedEvents(), 1.085512, -0.4567)).has_value();
+    }
+    return false;
+}
+
+const QString deepReply = uR"({"summary":"Lage.","pairs":{"EUR/USD":{"direction":"bearish"}}})"_s;
+const QString verdictReply = uR"({"verdict":"bearish","confidence":64})"_s;
+const QString prose = u"Ich würde abwarten."_s;
+
+} // namespace
+
+class TestClaudeService : public QObject
+{
+    Q_OBJECT
+
+    QTemporaryDir m_dataDir;
+
+    static void writeTokenFile(const QByteArray &content)
+    {
+        QFile file(BackendToken::filePath());
+        QVERIFY(file.open(QIODevice::WriteOnly | QIODevice::Truncate));
+        file.write(content);
+    }
+
+private slots:
+    void initTestCase()
+    {
+        QVERIFY(m_dataDir.isValid());
+        qputenv("KALVO_DATA_DIR", m_dataDir.path().toUtf8());
+    }
+
+    void init()
+    {
+        qputenv("KALVO_BACKEND_TOKEN", secretToken);
+        QFile::remove(BackendToken::filePath());
+    }
+
+    void callModelSendsOneJsonPost()
+    {
+        Backend backend;
+        backend.script(Backend::modelPath, {Backend::modelText(u"pong"_s)});
+        ManualClock clock(wednesdayMorning);
+        ClaudeService service(backend.base(), clock);
+
+        const ModelReply reply = awaited(service.callModel(haiku3, u"Grüße „zitiert“\n"_s, 123));
+        QVERIFY(reply.isSuccess());
+        QCOMPARE(backend.requests().size(), 1);
+        const sim::RecordedRequest &request = backend.requests().first();
+        QCOMPARE(request.method, "POST");
+        QCOMPARE(request.path, Backend::modelPath);
+        QCOMPARE(request.headers.value("content-type"), "application/json");
+        const QJsonObject body = QJsonDocument::fromJson(request.body).object();
+        QCOMPARE(body, (QJsonObject{{"token", QString::fromUtf8(secretToken)},
+                                    {"model", haiku3},
+                                    {"maxTokens", 123},
+                                    {"prompt", u"Grüße „zitiert“\n"_s}}));
+        QVERIFY(body.value("maxTokens").isDouble());
+        QVERIFY(service.requestTimes().isEmpty()); // callers throttle, not callModel
+    }
+
+    void callModelOutcomes_data()
+    {
+        QTest::addColumn<Backend::Step>("step");
+        QTest::addColumn<int>("error"); // -1: success
+        QTest::addColumn<QString>("text");
+
+        QTest::newRow("text") << Backend::modelText(u"Antwort"_s) << -1 << u"Antwort"_s;
+        QTest::newRow("text kept untrimmed") << Backend::modelText(u"  Antwort \n"_s) << -1 << u"  Antwort \n"_s;
+        QTest::newRow("empty text is an answer") << Backend::modelText(QString()) << -1 << QString();
+        const QString huge(10 * 1024 * 1024, u'x');
+        QTest::newRow("10 MB text") << Backend::modelText(huge) << -1 << huge;
+
+        const auto unparsable = int(Kind::CannotParseResponse);
+        QTest::newRow("ok as a string") << Backend::envelope({{"ok", "true"}, {"text", "x"}}) << unparsable << QString();
+        QTest::newRow("ok false") << Backend::envelope({{"ok", false}, {"text", "x"}}) << unparsable << QString();
+        QTest::newRow("text missing") << Backend::envelope({{"ok", true}}) << unparsable << QString();
+        QTest::newRow("text a number") << Backend::envelope({{"ok", true}, {"text", 5}}) << unparsable << QString();
+        QTest::newRow("array") << Backend::raw(200, "[{\"ok\":true,\"text\":\"x\"}]") << unparsable << QString();
+        QTest::newRow("html page") << Backend::raw(200, "<html><body>Wartung</body></html>", "text/html") << unparsable
+                                   << QString();
+        QTest::newRow("truncated") << Backend::raw(200, "{\"ok\":true,\"text\":\"Antw") << unparsable << QString();
+        QTest::newRow("empty body") << Backend::raw(200, {}) << unparsable << QString();
+        QTest::newRow("10 MB of garbage") << Backend::raw(200, QByteArray(10 * 1024 * 1024, '\xfe')) << unparsable
+                                          << QString();
+
+        const auto badServer = int(Kind::BadServerResponse);
+        QTest::newRow("201 with a good body") << Backend::envelope({{"ok", true}, {"text", "x"}}, 201) << badServer
+                                              << QString();
+        QTest::newRow("401") << Backend::failure(401) << badServer << QString();
+        QTest::newRow("404 page") << Backend::raw(404, "<html>nope</html>", "text/html") << badServer << QString();
+        QTest::newRow("500 with a good body") << Backend::envelope({{"ok", true}, {"text", "x"}}, 500) << badServer
+                                              << QString();
+        QTest::newRow("hang past the time-out") << Backend::hang() << int(Kind::Transport) << QString();
+    }
+    void callModelOutcomes()
+    {
+        QFETCH(Backend::Step, step);
+        QFETCH(int, error);
+        QFETCH(QString, text);
+        Backend backend;
+        backend.script(Backend::modelPath, {step});
+        ManualClock clock(wednesdayMorning);
+        ClaudeService service(backend.base(), clock);
+        service.setModelTimeout(shortTimeout);
+
+        const ModelReply reply = awaited(service.callModel(sonnet45, u"prompt"_s, 10));
+        QCOMPARE(reply.isSuccess(), error < 0);
+        if (error < 0) {
+            QCOMPARE(reply.text(), text);
+        } else {
+            QCOMPARE(int(reply.error()->kind), error);
+            QVERIFY(!reply.error()->description.contains(QString::fromUtf8(secretToken)));
+        }
+        QCOMPARE(backend.requestCount(Backend::modelPath), 1);
+    }
+
+    // The token is looked up for every request, from the environment first.
+    void tokenSources_data()
+    {
+        QTest::addColumn<QByteArray>("environment"); // null: unset
+        QTest::addColumn<QByteArray>("file");        // null: no file
+        QTest::addColumn<QString>("token");          // empty: none available
+
+        QTest::newRow("environment wins") << QByteArray("env-token") << QByteArray("file-token") << u"env-token"_s;
+        QTest::newRow("file, trimmed") << QByteArray() << QByteArray("  file-token\n") << u"file-token"_s;
+        QTest::newRow("blank environment falls back") << QByteArray("  ") << QByteArray("file-token") << u"file-token"_s;
+        QTest::newRow("neither") << QByteArray() << QByteArray() << QString();
+        QTest::newRow("blank file") << QByteArray() << QByteArray("\n \n") << QString();
+    }
+    void tokenSources()
+    {
+        QFETCH(QByteArray, environment);
+        QFETCH(QByteArray, file);
+        QFETCH(QString, token);
+        environment.isNull() ? void(qunsetenv("KALVO_BACKEND_TOKEN")) : void(qputenv("KALVO_BACKEND_TOKEN", environment));
+        if (!file.isNull())
+            writeTokenFile(file);
+
+        Backend backend;
+        backend.script(Backend::modelPath, {Backend::modelText(u"pong"_s)});
+        backend.script(Backend::speechPath, {Backend::envelope({{"ok", true}, {"audioBase64", "SUQz"}})});
+        ManualClock clock(wednesdayMorning);
+        ClaudeService service(backend.base(), clock);
+
+        StdoutCapture capture;
+        const ModelReply reply = awaited(service.callModel(sonnet45, u"ping"_s, 10));
+        const std::optional<QByteArray> audio = awaited(service.synthesizeSpeech(u"Hallo"_s));
+        const QStringList log = capture.lines(u"[TTS]"_s);
+
+        if (token.isEmpty()) {
+            QCOMPARE(reply.error()->kind, Kind::UserAuthenticationRequired);
+            QVERIFY(!audio);
+            QCOMPARE(log, QStringList{u"[TTS] Kein App-Token verfügbar"_s});
+            QVERIFY(backend.requests().isEmpty());
+        } else {
+            QVERIFY(reply.isSuccess());
+            QCOMPARE(audio, QByteArray("ID3"));
+            QCOMPARE(backend.bodies(Backend::modelPath).first().value("token").toString(), token);
+            QCOMPARE(backend.bodies(Backend::speechPath).first().value("token").toString(), token);
+        }
+    }
+
+    void unusableBackendAddress_data()
+    {
+        QTest::addColumn<QUrl>("base");
+        QTest::newRow("empty") << QUrl();
+        QTest::newRow("no scheme") << QUrl(u"backend/_functions"_s);
+        QTest::newRow("not http") << QUrl(u"ftp://127.0.0.1/_functions"_s);
+    }
+    void unusableBackendAddress()
+    {
+        QFETCH(QUrl, base);
+        ManualClock clock(wednesdayMorning);
+        ClaudeService service(base, clock);
+        StdoutCapture capture;
+        const ModelReply reply = awaited(service.callModel(sonnet45, u"ping"_s, 10));
+        const std::optional<QByteArray> audio = awaited(service.synthesizeSpeech(u"Hallo"_s));
+        QCOMPARE(reply.error()->kind, Kind::UserAuthenticationRequired);
+        QVERIFY(!audio);
+        QCOMPARE(capture.lines(u"[TTS]"_s), QStringList());
+    }
+
+    void tokenFileIsPrivateToItsOwner()
+    {
+        writeTokenFile("old");
+        QVERIFY(QFile::setPermissions(BackendToken::filePath(), QFileDevice::ReadOwner | QFileDevice::WriteOwner
+                                                                    | QFileDevice::ReadGroup | QFileDevice::ReadOther));
+        qunsetenv("KALVO_BACKEND_TOKEN");
+
+        QCOMPARE(BackendToken::write(u" new-token "_s), std::nullopt);
+        struct stat info {};
+        QCOMPARE(::stat(QFile::encodeName(BackendToken::filePath()).constData(), &info), 0);
+        QCOMPARE(info.st_mode & 0777, mode_t(0600));
+        QCOMPARE(BackendToken::read(), std::optional(u"new-token"_s));
+    }
+
+    void probeFindsTheFirstModelThatAnswers_data()
+    {
+        QTest::addColumn<Steps>("steps");
+        QTest::addColumn<QString>("model");
+        QTest::addColumn<QStringList>("probed");
+
+        QTest::newRow("first answers") << Steps{Backend::modelText(u"pong"_s)} << sonnet45 << QStringList{sonnet45};
+        QTest::newRow("third answers, with nothing")
+            << Steps{Backend::failure(), Backend::envelope({{"ok", "true"}, {"text", "x"}}), Backend::modelText({})}
+            << haiku35 << QStringList{sonnet45, opus45, haiku35};
+        QTest::newRow("none answers") << Steps(5, Backend::failure()) << QString()
+                                      << QStringList{sonnet45, opus45, haiku35, sonnet35, haiku3};
+    }
+    void probeFindsTheFirstModelThatAnswers()
+    {
+        QFETCH(Steps, steps);
+        QFETCH(QString, model);
+        QFETCH(QStringList, probed);
+        Backend backend;
+        backend.script(Backend::modelPath, steps);
+        ManualClock clock(wednesdayMorning);
+        ClaudeService service(backend.base(), clock);
+
+        QCOMPARE(awaited(service.findWorkingModel()), model);
+        QCOMPARE(service.workingModel(), model.isEmpty() ? std::nullopt : std::optional(model));
+        QCOMPARE(backend.models(), probed);
+        for (const QJsonObject &body : backend.bodies(Backend::modelPath)) {
+            QCOMPARE(body.value("maxTokens").toInt(), 10);
+            QCOMPARE(body.value("prompt").toString(), u"ping"_s);
+        }
+        QVERIFY(service.requestTimes().isEmpty()); // probes are not throttled
+    }
+
+    void workingModelSurvivesAFailedProbe()
+    {
+        Backend backend;
+        backend.script(Backend::modelPath, Steps{Backend::failure(), Backend::modelText(u"pong"_s)}
+                                               + Steps(5, Backend::failure()) + Steps{Backend::failure()});
+        ManualClock clock(wednesdayMorning);
+        ClaudeService service(backend.base(), clock);
+        QCOMPARE(awaited(service.findWorkingModel()), opus45);
+        QCOMPARE(awaited(service.findWorkingModel()), QString());
+        QCOMPARE(service.workingModel(), std::optional(opus45));
+        // A known model is used without a new probe, even after failures.
+        QVERIFY(!awaited(service.analyzeNews(fedItem())));
+        QCOMPARE(backend.models().last(), opus45);
+        QCOMPARE(backend.requestCount(Backend::modelPath), 8);
+    }
+
+    // Quick scoring, overview and briefing use the working model and probe
+    // only while none is known.
+    void operationsOnTheWorkingModel_data()
+    {
+        QTest::addColumn<int>("operation");
+        QTest::addColumn<Steps>("steps");
+        QTest::addColumn<bool>("found");
+        QTest::addColumn<int>("requests");
+
+        const Backend::Step pong = Backend::modelText(u"pong"_s);
+        for (const auto &[name, operation] : {std::pair("scoring", Operation::QuickScoring),
+                                              std::pair("overview", Operation::Overview),
+                                              std::pair("briefing", Operation::Briefing)}) {
+            const int op = int(operation);
+            QTest::addRow("%s: no model answers", name) << op << Steps(5, Backend::failure()) << false << 5;
+            QTest::addRow("%s: answer", name) << op << Steps{pong, Backend::modelText(u"{\"relevant\":false}"_s)}
+                                              << true << 2;
+            QTest::addRow("%s: prose", name) << op << Steps{pong, Backend::modelText(prose)} << false << 2;
+            QTest::addRow("%s: backend fails", name) << op << Steps{pong, Backend::failure(503)} << false << 2;
+            QTest::addRow("%s: time-out", name) << op << Steps{pong, Backend::hang()} << false << 2;
+        }
+    }
+    void operationsOnTheWorkingModel()
+    {
+        QFETCH(int, operation);
+        QFETCH(Steps, steps);
+        QFETCH(bool, found);
+        QFETCH(int, requests);
+        Backend backend;
+        backend.script(Backend::modelPath, steps);
+        ManualClock clock(wednesdayMorning);
+        ClaudeService service(backend.base(), clock);
+        service.setModelTimeout(shortTimeout);
+
+        QCOMPARE(run(service, Operation(operation)), found);
+        QCOMPARE(backend.requestCount(Backend::modelPath), requests);
+        // Only a request after a successful probe takes a limiter slot.
+        QCOMPARE(service.requestTimes().size(), requests == 2 ? 1 : 0);
+    }
+
+    // The deep analysis stops at the first model that answers; the
+    // instrument analysis goes on until an answer holds JSON.
+    void strongestModelWalks_data()
+    {
+        QTest::addColumn<int>("operation");
+        QTest::addColumn<Steps>("steps");
+        QTest::addColumn<bool>("found");
+        QTest::addColumn<QStringList>("asked");
+
+        const int deep = int(Operation::DeepAnalysis);
+        const int instrument = int(Operation::Instrument);
+        const QStringList all{opus45, sonnet45, haiku35, sonnet35, haiku3}; // strongest first, no repeats
+        QTest::newRow("deep: time-out, then prose ends the walk")
+            << deep << Steps{Backend::hang(), Backend::modelText(prose), Backend::modelText(deepReply)} << false
+            << QStringList{opus45, sonnet45};
+        QTest::newRow("deep: failure, then an answer")
+            << deep << Steps{Backend::failure(), Backend::modelText(deepReply)} << true << QStringList{opus45, sonnet45};
+        QTest::newRow("deep: first answer unusable")
+            << deep << Steps{Backend::modelText(prose), Backend::modelText(deepReply)} << false << QStringList{opus45};
+        QTest::newRow("deep: all fail") << deep << Steps(5, Backend::failure()) << false << all;
+        QTest::newRow("instrument: prose moves on")
+            << instrument << Steps{Backend::modelText(prose), Backend::modelText(verdictReply)} << true
+            << QStringList{opus45, sonnet45};
+        QTest::newRow("instrument: failure, broken envelope, answer")
+            << instrument
+            << Steps{Backend::failure(), Backend::raw(200, "<html>"), Backend::hang(), Backend::modelText(verdictReply)}
+            << true << QStringList{opus45, sonnet45, haiku35, sonnet35};
+        QTest::newRow("instrument: prose everywhere") << instrument << Steps(5, Backend::modelText(prose)) << false
+                                                      << all;
+    }
+    void strongestModelWalks()
+    {
+        QFETCH(int, operation);
+        QFETCH(Steps, steps);
+        QFETCH(bool, found);
+        QFETCH(QStringList, asked);
+        Backend backend;
+        backend.script(Backend::modelPath, steps);
+        ManualClock clock(wednesdayMorning);
+        ClaudeService service(backend.base(), clock);
+        service.setModelTimeout(shortTimeout);
+
+        QCOMPARE(run(service, Operation(operation)), found);
+        QCOMPARE(backend.models(), asked);
+        QCOMPARE(service.requestTimes().size(), 1); // one limiter slot for the whole walk
+        QCOMPARE(service.workingModel(), std::nullopt);
+    }
+
+    void promptsOnTheWire_data()
+    {
+        QTest::addColumn<int>("operation");
+        QTest::addColumn<QDateTime>("now");
+        QTest::addColumn<QString>("model");
+        QTest::addColumn<int>("maxTokens");
+        QTest::addColumn<QString>("prompt");
+
+        QTest::newRow("quick scoring")
+            << int(Operation::QuickScoring) << wednesdayMorning << sonnet45 << 350
+            << u"Forex-Analyst. Bewerte diese News.\nTitel: Fed holds rates steady\nQuelle: Reuters\nInhalt: Powell: „Geduld“ bleibt Trumpf.\nNur JSON, kein Markdown:\n{\"relevant\":true,\"score\":7,\"urgency\":\"hours\",\"headline\":\"Max 55 Zeichen\",\"analysis\":\"1-2 Sätze DE\",\"pairs\":{\"EUR/USD\":\"bearish\"},\"category\":\"central_bank\",\"factors\":[\"Faktor1\"]}\nscore 1-10, urgency: immediate/hours/days, pairs: bullish/bearish/neutral\nNicht Forex-relevant: {\"relevant\":false}"_s;
+        QTest::newRow("deep analysis")
+            << int(Operation::DeepAnalysis) << wednesdayMorning << opus45 << 700
+            << u"Senior Forex-Analyst. Tiefenanalyse dieser News.\nTitel: Fed holds rates steady\nQuelle: Reuters\nInhalt: Powell: „Geduld“ bleibt Trumpf.\nNur JSON, kein Markdown:\n{\"summary\":\"2-3 Sätze DE\",\"score\":8,\"pairs\":{\"EUR/USD\":{\"direction\":\"bearish\",\"reasoning\":\"1 Satz\",\"move_pips\":\"30-50\",\"probability\":70}},\"strategy\":{\"bias\":\"Short EUR/USD\",\"entry\":\"1.0855\",\"stop\":\"1.0890\",\"target\":\"1.0780\"},\"macro\":\"1 Satz Makro DE\",\"risks\":[\"Risiko1\",\"Risiko2\"],\"watch_next\":\"Folge-Events\"}"_s;
+        QTest::newRow("market overview")
+            << int(Operation::Overview) << wednesdayMorning << sonnet45 << 500
+            << u"Erstelle eine kurze Marktübersicht (JSON):\nNews der letzten 2h:\n- [6/10] Fed signalisiert Pause (Reuters)\n- [8/10] ECB's Lagarde speaks (FXStreet)\nPaare: EUR/USD, GBP/USD\n\n{\"sentiment\":\"risk-on/risk-off/neutral\",\"usd\":\"bullish/bearish/neutral\",\"eur\":\"bullish/bearish/neutral\",\"gbp\":\"bullish/bearish/neutral\",\"jpy\":\"bullish/bearish/neutral\",\"top_pair\":\"EUR/USD\",\"themes\":[\"Thema1\",\"Thema2\"],\"overview\":\"2-3 Sätze auf Deutsch\"}"_s;
+        QTest::newRow("briefing, market open")
+            << int(Operation::Briefing) << wednesdayMorning << sonnet45 << 700
+            << u"Du bist der Audio-Briefing-Analyst eines Forex-Traders.\nErstelle einen gesprochenen Marktbericht auf Deutsch.\n\nWICHTIG — Länge: EXAKT 110-130 Wörter (entspricht ~60 Sekunden Sprechzeit bei normalem Tempo).\nSchreibe fließend und natürlich, als ob du ihn vorliest. Keine Aufzählungszeichen, nur Fließtext.\nAktuelle Markt-Session: EU SESSION — Frankfurt / London aktiv\n\nLiefere NUR JSON, kein Markdown:\n{\"title\":\"Kurz-Titel max 6 Wörter\",\"briefing_text\":\"Fließender Sprechtext 110-130 Wörter auf Deutsch\",\"key_points\":[\"P1\",\"P2\",\"P3\"],\"watch_next\":[\"Event1\",\"Event2\"]}\n\nAktuelle News (neueste zuerst):\n- [6/10] Fed signalisiert Pause (Reuters)\n- [8/10] ECB's Lagarde speaks (FXStreet)\n\nNächste Makro-Events:\n- 14:30 USD High Non-Farm Payrolls\n- Ganztägig JPY unknown Bank Holiday\n\nFokus des Berichts:\n- Was bewegt die Märkte gerade?\n- Welche Instrumente sind heute am wichtigsten?\n- Worauf in den nächsten Stunden achten?"_s;
+        QTest::newRow("briefing, weekend")
+            << int(Operation::Briefing) << saturday << sonnet45 << 700
+            << u"Du bist der Audio-Briefing-Analyst eines Forex-Traders.\nErstelle einen gesprochenen Wochenend-Marktbericht auf Deutsch.\n\nWICHTIG: Die Forex-Märkte sind gerade GESCHLOSSEN (Wochenende). Weise explizit darauf hin.\nLänge: EXAKT 110-130 Wörter. Fließtext, keine Aufzählungszeichen.\n\nLiefere NUR JSON, kein Markdown:\n{\"title\":\"Kurz-Titel max 6 Wörter\",\"briefing_text\":\"Fließender Sprechtext 110-130 Wörter auf Deutsch\",\"key_points\":[\"P1\",\"P2\",\"P3\"],\"watch_next\":[\"Event1\",\"Event2\"]}\n\nLetzte bekannte News:\n- Fed signalisiert Pause (Reuters)\n- ECB's Lagarde speaks (FXStreet)\n\nWichtige Events nächste Woche:\n- 14:30 USD High Non-Farm Payrolls\n- Ganztägig JPY unknown Bank Holiday\n\nFokus:\n- Märkte sind geschlossen, kein aktives Trading möglich\n- Rückblick auf die vergangene Woche\n- Ausblick: Was erwartet uns kommende Woche?\n- Auf welche Events zu Wochenbeginn achten?"_s;
+        QTest::newRow("instrument analysis")
+            << int(Operation::Instrument) << wednesdayMorning << opus45 << 900
+            << u"Du bist Senior Quantitative Analyst eines Tier-1 Hedgefonds.\nAnalysiere EUR/USD für einen Trader der JETZT entscheiden muss.\n\nMARKTDATEN:\nKurs: 1.0855 | Tageschange: -0.457%\n\nRELEVANTE NEWS:\n- [6/10] Fed signalisiert Pause (Reuters)\n- [8/10] ECB's Lagarde speaks (FXStreet)\n\nKOMMENDE EVENTS:\n- 14:30 USD High Non-Farm Payrolls\n- Ganztägig JPY unknown Bank Holiday\n\nLiefere NUR valides JSON, kein Markdown:\n{\"verdict\":\"bullish\",\"confidence\":72,\"summary\":\"2-3 Sätze Kernthese Deutsch\",\"entry_zone\":\"1.0850-1.0870\",\"stop\":\"1.0820\",\"target_1\":\"1.0950\",\"target_2\":\"1.1020\",\"risk_reward\":\"1:2.5\",\"timeframe\":\"1-3 Tage\",\"scenarios\":{\"bull\":{\"probability\":55,\"trigger\":\"Auslöser\"},\"base\":{\"probability\":30,\"trigger\":\"Auslöser\"},\"bear\":{\"probability\":15,\"trigger\":\"Auslöser\"}},\"macro_drivers\":[\"Treiber1\"],\"catalysts\":[\"Event1\"],\"risks\":[\"Risiko1\"],\"flow_analysis\":\"1 Satz Orderflow\",\"positioning\":\"1 Satz Positionierung\",\"momentum\":\"bullish\"}"_s;
+    }
+    void promptsOnTheWire()
+    {
+        QFETCH(int, operation);
+        QFETCH(QDateTime, now);
+        QFETCH(QString, model);
+        QFETCH(int, maxTokens);
+        QFETCH(QString, prompt);
+        Backend backend;
+        backend.script(Backend::modelPath, Steps(2, Backend::modelText(u"{}"_s)));
+        ManualClock clock(now);
+        ClaudeService service(backend.base(), clock);
+
+        QVERIFY(run(service, Operation(operation)));
+        const QJsonObject sent = backend.bodies(Backend::modelPath).last();
+        QCOMPARE(sent.value("model").toString(), model);
+        QCOMPARE(sent.value("maxTokens").toInt(), maxTokens);
+        QCOMPARE(sent.value("prompt").toString(), prompt);
+    }
+
+    void briefingBranches_data()
+    {
+        QTest::addColumn<QDateTime>("now");
+        QTest::addColumn<bool>("withNews");
+        QTest::addColumn<Steps>("steps"); // after a probe that succeeds
+        QTest::addColumn<QStringList>("expected"); // title, text, key points...; empty: absent
+        QTest::addColumn<int>("requests");
+
+        const QString reply = uR"({"briefing_text":"Guten Morgen.","key_points":["A"]})"_s;
+        const QString saturdayDetail = u"Märkte öffnen Sonntag ~22:00 UTC"_s;
+        const QString sundayDetail = u"Öffnet in 1h 30m (So 22:00 UTC)"_s;
+        const auto weekendFallback = [](const QString &detail) {
+            return QStringList{u"Wochenende — Märkte geschlossen"_s,
+                               u"Die Forex-Märkte sind aktuell geschlossen. "_s + detail
+                                   + u". Nutze das Wochenende zur Analyse und Vorbereitung auf die kommende Handelswoche."_s,
+                               u"Märkte geschlossen"_s, detail};
+        };
+
+        QTest::newRow("open, no news: fixed text without a request")
+            << wednesdayMorning << false << Steps()
+            << QStringList{u"Keine neuen News"_s,
+                           u"Aktuell liegen keine neuen, relevanten Marktmeldungen vor. Beobachte die nächsten Kalenderereignisse für frische Impulse."_s,
+                           u"Keine neuen Headlines"_s}
+            << 1;
+        QTest::newRow("open, reply without title") << wednesdayMorning << true << Steps{Backend::modelText(reply)}
+                                                   << QStringList{u"Live Briefing"_s, u"Guten Morgen."_s, u"A"_s} << 2;
+        QTest::newRow("open, time-out") << wednesdayMorning << true << Steps{Backend::hang()} << QStringList() << 2;
+        QTest::newRow("weekend, reply without title") << saturday << true << Steps{Backend::modelText(reply)}
+                                                      << QStringList{u"Wochenend-Briefing"_s, u"Guten Morgen."_s, u"A"_s}
+                                                      << 2;
+        QTest::newRow("weekend, no news still asks") << saturday << false << Steps{Backend::modelText(reply)}
+                                                     << QStringList{u"Wochenend-Briefing"_s, u"Guten Morgen."_s, u"A"_s}
+                                                     << 2;
+        QTest::newRow("weekend, time-out") << saturday << true << Steps{Backend::hang()}
+                                           << weekendFallback(saturdayDetail) << 2;
+        QTest::newRow("weekend, prose") << sundayBeforeOpen << true << Steps{Backend::modelText(prose)}
+                                        << weekendFallback(sundayDetail) << 2;
+        QTest::newRow("weekend, backend fails") << saturday << false << Steps{Backend::failure(502)}
+                                                << weekendFallback(saturdayDetail) << 2;
+    }
+    void briefingBranches()
+    {
+        QFETCH(QDateTime, now);
+        QFETCH(bool, withNews);
+        QFETCH(Steps, steps);
+        QFETCH(QStringList, expected);
+        QFETCH(int, requests);
+        Backend backend;
+        backend.script(Backend::modelPath, Steps{Backend::modelText(u"pong"_s)} + steps);
+        ManualClock clock(now);
+        ClaudeService service(backend.base(), clock);
+        service.setModelTimeout(shortTimeout);
+
+        const std::optional<LiveBriefing> briefing =
+            awaited(service.generateLiveBriefing(withNews ? workedNews() : QList<NewsItem>(), workedEvents()));
+        QCOMPARE(backend.requestCount(Backend::modelPath), requests);
+        QCOMPARE(briefing.has_value(), !expected.isEmpty());
+        if (!briefing)
+            return;
+        QCOMPARE(QStringList({briefing->title, briefing->text}) + briefing->keyPoints, expected);
+        QVERIFY(briefing->watchNext.isEmpty());
+        QVERIFY(!briefing->audioData);
+        if (!withNews && requests == 2)
+            QVERIFY(backend.bodies(Backend::modelPath).last().value("prompt").toString().contains(
+                u"Letzte bekannte News:\n- Keine News\n"_s));
+    }
+
+    void throttle_data()
+    {
+        QTest::addColumn<QList<int>>("bookedAt"); // ms after the start
+        QTest::addColumn<int>("callAt");
+        QTest::addColumn<int>("limit");
+        QTest::addColumn<int>("wait");
+        QTest::addColumn<int>("kept"); // entries after the call
+
+        QList<int> forty{0};
+        forty += QList<int>(39, 10'000);
+        QTest::newRow("40 in the last 50 s wait 61 - 50") << forty << 50'000 << 40 << 11'000 << 41;
+        QTest::newRow("39 in the window pass") << QList<int>(39, 10'000) << 50'000 << 40 << 0 << 40;
+        QTest::newRow("an entry exactly 60 s old is dropped") << forty << 60'000 << 40 << 0 << 40;
+        QTest::newRow("an entry just under 60 s old counts") << forty << 59'999 << 40 << 1'001 << 41;
+        QTest::newRow("all older than a minute") << QList<int>(40, 0) << 70'000 << 40 << 0 << 1;
+        QTest::newRow("limit of 3") << QList<int>{0, 20'000, 40'000} << 45'000 << 3 << 16'000 << 4;
+    }
+    void throttle()
+    {
+        QFETCH(QList<int>, bookedAt);
+        QFETCH(int, callAt);
+        QFETCH(int, limit);
+        QFETCH(int, wait);
+        QFETCH(int, kept);
+        const QDateTime start = wednesdayMorning;
+        ManualClock clock(start);
+        ClaudeService service(QUrl(), clock);
+        for (int at : bookedAt) {
+            clock.setNow(start.addMSecs(at));
+            QVERIFY(service.throttle(limit).isReady());
+        }
+
+        clock.setNow(start.addMSecs(callAt));
+        QCoro::Task<> call = service.throttle(limit);
+        if (wait > 0) {
+            QVERIFY(!call.isReady());
+            clock.advance(std::chrono::milliseconds(wait - 1));
+            QVERIFY(!call.isReady());
+            clock.advance(1ms);
+        }
+        QVERIFY(call.isReady());
+        QCOMPARE(service.requestTimes().size(), kept);
+        QCOMPARE(service.requestTimes().last(), start.addMSecs(callAt + wait));
+    }
+
+    // Waiters do not count again after their sleep: both go ahead.
+    void throttleWaitersDoNotRecheck()
+    {
+        const QDateTime start = wednesdayMorning;
+        ManualClock clock(start);
+        ClaudeService service(QUrl(), clock);
+        for (int i = 0; i < 40; ++i)
+            QVERIFY(service.throttle(40).isReady());
+        clock.setNow(start.addSecs(30));
+        QCoro::Task<> first = service.throttle(40);
+        QCoro::Task<> second = service.throttle(40);
+        QCOMPARE(clock.pendingSleepers(), 2);
+        clock.advance(31s);
+        QVERIFY(first.isReady() && second.isReady());
+        QCOMPARE(service.requestTimes().size(), 42);
+        QCOMPARE(service.requestTimes().last(), start.addSecs(61));
+    }
+
+    // Pending operations end quietly when the service goes away under them.
+    void serviceDestroyedWhileWaiting()
+    {
+        Backend backend;
+        backend.script(Backend::modelPath, {Backend::modelText(u"pong"_s), Backend::hang()});
+        ManualClock clock(wednesdayMorning);
+        auto *service = new ClaudeService(backend.base(), clock);
+        QCoro::Task<std::optional<NewsAnalysis>> scoring = service->analyzeNews(fedItem());
+        QTRY_COMPARE(backend.requestCount(Backend::modelPath), 2);
+        delete service;
+        QTRY_VERIFY(scoring.isReady());
+        QCOMPARE(QCoro::waitFor(scoring), std::nullopt);
+    }
+
+    void speechOutcomes_data()
+    {
+        QTest::addColumn<Backend::Step>("step");
+        QTest::addColumn<QByteArray>("audio"); // null: absent
+        QTest::addColumn<QString>("logLine");  // ends in "…": compared as a prefix
+
+        const QByteArray mp3("ID3\x04\x00\x00\x00", 7);
+        QTest::newRow("audio") << Backend::envelope({{"ok", true}, {"audioBase64", QString::fromLatin1(mp3.toBase64())}})
+                               << mp3 << u"[TTS] Erfolg — 7 Bytes MP3"_s;
+        QTest::newRow("empty audio") << Backend::envelope({{"ok", true}, {"audioBase64", ""}}) << QByteArray("")
+                                     << u"[TTS] Erfolg — 0 Bytes MP3"_s;
+        QTest::newRow("200 with ok false") << Backend::raw(200, "{\"ok\":false,\"error\":\"quota\"}") << QByteArray()
+                                           << u"[TTS] Fehler HTTP 200: {\"ok\":false,\"error\":\"quota\"}"_s;
+        QTest::newRow("200 with audio that is no base64") << Backend::raw(200, "{\"ok\":true,\"audioBase64\":\"%%%%\"}")
+                                                          << QByteArray()
+                                                          << u"[TTS] Fehler HTTP 200: {\"ok\":true,\"audioBase64\":\"%%%%\"}"_s;
+        QTest::newRow("200 with unpadded base64") << Backend::raw(200, "{\"ok\":true,\"audioBase64\":\"SUQzBA\"}")
+                                                  << QByteArray()
+                                                  << u"[TTS] Fehler HTTP 200: {\"ok\":true,\"audioBase64\":\"SUQzBA\"}"_s;
+        QTest::newRow("500") << Backend::raw(500, "boom", "text/plain") << QByteArray()
+                             << u"[TTS] Fehler HTTP 500: boom"_s;
+        QTest::newRow("503 with bytes that are no UTF-8") << Backend::raw(503, "\xff\xfe\x80", "text/plain")
+                                                          << QByteArray()
+                                                          << u"[TTS] Fehler HTTP 503: (keine Details)"_s;
+        QTest::newRow("echoed token is masked")
+            << Backend::raw(401, "invalid token " + secretToken, "text/plain") << QByteArray()
+            << u"[TTS] Fehler HTTP 401: invalid token ***"_s;
+        QTest::newRow("hang past the time-out") << Backend::hang() << QByteArray() << u"[TTS] Netzwerkfehler: …"_s;
+    }
+    void speechOutcomes()
+    {
+        QFETCH(Backend::Step, step);
+        QFETCH(QByteArray, audio);
+        QFETCH(QString, logLine);
+        Backend backend;
+        backend.script(Backend::speechPath, {step});
+        ManualClock clock(wednesdayMorning);
+        ClaudeService service(backend.base(), clock);
+        service.setSpeechTimeout(shortTimeout);
+
+        StdoutCapture capture;
+        const std::optional<QByteArray> result = awaited(service.synthesizeSpeech(u"Guten Morgen."_s));
+        const QStringList log = capture.lines(u"[TTS]"_s);
+
+        QCOMPARE(result.has_value(), !audio.isNull());
+        if (result)
+            QCOMPARE(*result, audio);
+        QCOMPARE(log.size(), 1);
+        if (logLine.endsWith(u'…')) {
+            QVERIFY2(log.first().startsWith(logLine.chopped(1)) && log.first().size() > logLine.size(),
+                     qPrintable(log.first()));
+        } else {
+            QCOMPARE(log.first(), logLine);
+        }
+        QVERIFY(!log.first().contains(QString::fromUtf8(secretToken)));
+
+        QCOMPARE(backend.requests().size(), 1);
+        const sim::RecordedRequest &request = backend.requests().first();
+        QCOMPARE(request.method, "POST");
+        QCOMPARE(request.headers.value("content-type"), "application/json");
+        QCOMPARE(QJsonDocument::fromJson(request.body).object(),
+                 (QJsonObject{{"token", QString::fromUtf8(secretToken)},
+                              {"model", "tts-1"},
+                              {"voice", "alloy"},
+                              {"text", "Guten Morgen."}}));
+        QVERIFY(service.requestTimes().isEmpty()); // speech is not throttled
+    }
+
+    void speechTextIsCutAt4096Characters_data()
+    {
+        QTest::addColumn<QString>("text");
+        QTest::addColumn<QString>("sent");
+        const QString a(u'a');
+        QTest::newRow("5000 characters") << a.repeated(5000) << a.repeated(4096);
+        QTest::newRow("exactly 4096") << a.repeated(4096) << a.repeated(4096);
+        QTest::newRow("accent on the last character")
+            << a.repeated(4095) + u"e\u0301"_s + a.repeated(10) << a.repeated(4095) + u"e\u0301"_s;
+    }
+    void speechTextIsCutAt4096Characters()
+    {
+        QFETCH(QString, text);
+        QFETCH(QString, sent);
+        Backend backend;
+        backend.script(Backend::speechPath, {Backend::failure()});
+        ManualClock clock(wednesdayMorning);
+        ClaudeService service(backend.base(), clock);
+        StdoutCapture capture; // keeps the error line out of the test log
+        const std::optional<QByteArray> audio = awaited(service.synthesizeSpeech(text));
+        QCOMPARE(capture.lines(u"[TTS]"_s).size(), 1); // ends the capture, so failures below are seen
+        QVERIFY(!audio);
+        QCOMPARE(backend.bodies(Backend::speechPath).first().value("text").toString(), sent);
+    }
+};
+
+QTEST_GUILESS_MAIN(TestClaudeService)
+#include "tst_claudeservice.moc"

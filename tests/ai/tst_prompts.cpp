@@ -1,0 +1,244 @@
+#include "../TestSupport.h"
+
+#include "ai/BriefingPrompts.h"
+#include "ai/InstrumentPrompts.h"
+#include "ai/NewsPrompts.h"
+#include "ai/PromptLines.h"
+
+using namespace kalvo;
+
+namespace {
+
+NewsItem headline(const QString &title, const QString &source, double score,
+                  std::optional<QString> analysedHeadline = std::nullopt)
+{
+    NewsItem item;
+    item.id = title;
+    item.title = title;
+    item.source = source;
+    item.score = score;
+    if (analysedHeadline) {
+        NewsAnalysis analysis;
+        analysis.headline = *analysedHeadline;
+        item.analysis = analysis;
+    }
+    return item;
+}
+
+CalendarEvent calendarEvent(const QString &display, const QString &currency, CalendarEvent::Impact impact,
+                            const QString &title)
+{
+    CalendarEvent event;
+    event.id = title;
+    event.timeDisplay = display;
+    event.currency = currency;
+    event.impact = impact;
+    event.event = title;
+    return event;
+}
+
+// Headlines from sources S01, S02, ... and events E01, E02, ..., so that a
+// prompt shows how many of each it took.
+QList<NewsItem> numberedNews(int count)
+{
+    QList<NewsItem> news;
+    for (int i = 1; i <= count; ++i)
+        news.append(headline(u"Headline"_s, u"S%1"_s.arg(i, 2, 10, QChar(u'0')), 5));
+    return news;
+}
+
+QList<CalendarEvent> numberedEvents(int count)
+{
+    QList<CalendarEvent> events;
+    for (int i = 1; i <= count; ++i)
+        events.append(calendarEvent(u"10:00"_s, u"EUR"_s, CalendarEvent::Impact::Low, u"E%1"_s.arg(i, 2, 10, QChar(u'0'))));
+    return events;
+}
+
+// The part of `prompt` between `before` and `after`.
+QString between(const QString &prompt, const QString &before, const QString &after)
+{
+    const qsizetype start = prompt.indexOf(before);
+    if (start < 0)
+        return u"<%1 missing>"_s.arg(before);
+    const qsizetype from = start + before.size();
+    const qsizetype end = prompt.indexOf(after, from);
+    return end < 0 ? u"<%1 missing>"_s.arg(after) : prompt.mid(from, end - from);
+}
+
+QString highestNumbered(const QString &block, QChar prefix)
+{
+    QString highest;
+    for (int i = 1; i <= 99; ++i) {
+        const QString tag = prefix + u"%1"_s.arg(i, 2, 10, QChar(u'0'));
+        if (block.contains(tag))
+            highest = tag;
+    }
+    return highest;
+}
+
+MarketStatus wednesdayMorning()
+{
+    return MarketStatus::status(test::utc(2024, 5, 8, 10, 15));
+}
+
+} // namespace
+
+class TestPrompts : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void newsLines_data()
+    {
+        QTest::addColumn<NewsItem>("item");
+        QTest::addColumn<QString>("scored");
+        QTest::addColumn<QString>("plain");
+
+        // The plain cases show in the prompts on the wire; these are the edges.
+        QTest::newRow("score cut, not rounded") << headline(u"Fed holds"_s, u"Reuters"_s, 6.9)
+                                                << u"- [6/10] Fed holds (Reuters)"_s << u"- Fed holds (Reuters)"_s;
+        QTest::newRow("negative fraction cut toward zero") << headline(u"T"_s, u"S"_s, -0.5) << u"- [0/10] T (S)"_s
+                                                           << u"- T (S)"_s;
+        QTest::newRow("not a number") << headline(u"T"_s, u"S"_s, qQNaN()) << u"- [0/10] T (S)"_s << u"- T (S)"_s;
+        QTest::newRow("empty model headline stays empty") << headline(u"Fed holds"_s, u"Reuters"_s, 5, QString())
+                                                          << u"- [5/10]  (Reuters)"_s << u"-  (Reuters)"_s;
+    }
+    void newsLines()
+    {
+        QFETCH(NewsItem, item);
+        QFETCH(QString, scored);
+        QFETCH(QString, plain);
+        QCOMPARE(PromptLines::scoredNews(item), scored);
+        QCOMPARE(PromptLines::plainNews(item), plain);
+    }
+
+    // Each prompt takes its own number of headlines and events from the
+    // front of the lists, and lists nothing beyond.
+    void listLimits_data()
+    {
+        QTest::addColumn<QString>("prompt");
+        QTest::addColumn<QString>("newsHeader");
+        QTest::addColumn<QString>("newsEnd");
+        QTest::addColumn<QString>("lastNews");
+        QTest::addColumn<QString>("eventsHeader");
+        QTest::addColumn<QString>("lastEvent");
+
+        const QList<NewsItem> news = numberedNews(20);
+        const QList<CalendarEvent> events = numberedEvents(20);
+        QTest::newRow("overview: 10 headlines")
+            << BriefingPrompts::marketOverview(news, {u"EUR/USD"_s}) << u"News der letzten 2h:\n"_s << u"\nPaare"_s
+            << u"S10"_s << QString() << QString();
+        QTest::newRow("open market: 14 headlines, 10 events")
+            << BriefingPrompts::openMarketBriefing(wednesdayMorning(), news, events)
+            << u"Aktuelle News (neueste zuerst):\n"_s << u"\n\n"_s << u"S14"_s << u"Nächste Makro-Events:\n"_s
+            << u"E10"_s;
+        QTest::newRow("weekend: 8 headlines, 8 events")
+            << BriefingPrompts::weekendBriefing(news, events) << u"Letzte bekannte News:\n"_s << u"\n\n"_s << u"S08"_s
+            << u"Wichtige Events nächste Woche:\n"_s << u"E08"_s;
+        QTest::newRow("instrument: 12 headlines, 8 events")
+            << InstrumentPrompts::instrumentAnalysis(u"EUR/USD"_s, news, events, 1, 0) << u"RELEVANTE NEWS:\n"_s
+            << u"\n\n"_s << u"S12"_s << u"KOMMENDE EVENTS:\n"_s << u"E08"_s;
+    }
+    void listLimits()
+    {
+        QFETCH(QString, prompt);
+        QFETCH(QString, newsHeader);
+        QFETCH(QString, newsEnd);
+        QFETCH(QString, lastNews);
+        QFETCH(QString, eventsHeader);
+        QFETCH(QString, lastEvent);
+
+        const QString newsBlock = between(prompt, newsHeader, newsEnd);
+        QCOMPARE(highestNumbered(newsBlock, u'S'), lastNews);
+        QCOMPARE(newsBlock.count(u'\n'), lastNews.mid(1).toInt() - 1);
+        QCOMPARE(highestNumbered(prompt, u'S'), lastNews);
+        if (!eventsHeader.isEmpty()) {
+            const QString eventsBlock = between(prompt, eventsHeader, u"\n\n"_s);
+            QCOMPARE(highestNumbered(eventsBlock, u'E'), lastEvent);
+            QCOMPARE(eventsBlock.count(u'\n'), lastEvent.mid(1).toInt() - 1);
+            QCOMPARE(highestNumbered(prompt, u'E'), lastEvent);
+        }
+    }
+
+    void emptyListPlaceholders_data()
+    {
+        QTest::addColumn<QString>("prompt");
+        QTest::addColumn<QString>("expectedPart");
+
+        QTest::newRow("open market")
+            << BriefingPrompts::openMarketBriefing(wednesdayMorning(), {}, {})
+            << u"Aktuelle News (neueste zuerst):\n- Keine News\n\nNächste Makro-Events:\n- Keine Events\n\nFokus des Berichts:"_s;
+        QTest::newRow("weekend")
+            << BriefingPrompts::weekendBriefing({}, {})
+            << u"Letzte bekannte News:\n- Keine News\n\nWichtige Events nächste Woche:\n- Keine Events\n\nFokus:"_s;
+        QTest::newRow("instrument")
+            << InstrumentPrompts::instrumentAnalysis(u"DXY"_s, {}, {}, 0, 0)
+            << u"Kurs: 0 | Tageschange: +0.000%\n\nRELEVANTE NEWS:\nKeine relevanten News\n\nKOMMENDE EVENTS:\nKeine bevorstehenden Events\n\nLiefere"_s;
+        QTest::newRow("overview") << BriefingPrompts::marketOverview({}, {})
+                                  << u"News der letzten 2h:\n\nPaare: \n\n{"_s;
+    }
+    void emptyListPlaceholders()
+    {
+        QFETCH(QString, prompt);
+        QFETCH(QString, expectedPart);
+        QVERIFY2(prompt.contains(expectedPart), qPrintable(prompt));
+    }
+
+    // The content is cut by characters as a reader counts them, so a letter
+    // with a combining accent or a flag is never split at the cut.
+    void contentCut_data()
+    {
+        QTest::addColumn<QString>("content");
+        QTest::addColumn<QString>("quick");
+        QTest::addColumn<QString>("deep");
+
+        const QString a = QString(u'a');
+        QTest::newRow("1500 characters") << a.repeated(1500) << a.repeated(1000) << a.repeated(800);
+        QTest::newRow("shorter than both cuts") << u"Kurz."_s << u"Kurz."_s << u"Kurz."_s;
+        const QString accented = u"e\u0301"_s;
+        QTest::newRow("combining accent at the quick cut")
+            << a.repeated(999) + accented + a.repeated(600) << a.repeated(999) + accented << a.repeated(800);
+        const QString flag = u"🇩🇪"_s;
+        QTest::newRow("flag at the deep cut")
+            << a.repeated(799) + flag + a.repeated(600) << a.repeated(799) + flag + a.repeated(200)
+            << a.repeated(799) + flag;
+    }
+    void contentCut()
+    {
+        QFETCH(QString, content);
+        QFETCH(QString, quick);
+        QFETCH(QString, deep);
+        NewsItem item = headline(u"T"_s, u"S"_s, 1);
+        item.content = content;
+        QCOMPARE(between(NewsPrompts::quickScoring(item), u"\nInhalt: "_s, u"\nNur JSON"_s), quick);
+        QCOMPARE(between(NewsPrompts::deepAnalysis(item), u"\nInhalt: "_s, u"\nNur JSON"_s), deep);
+    }
+
+    void numberFormats_data()
+    {
+        QTest::addColumn<double>("value");
+        QTest::addColumn<QString>("price");  // C "%.5g"
+        QTest::addColumn<QString>("change"); // C "%+.3f"
+        QTest::newRow("no quote") << 0.0 << u"0"_s << u"+0.000"_s;
+        QTest::newRow("EUR/USD") << 1.085512 << u"1.0855"_s << u"+1.086"_s;
+        QTest::newRow("gold") << 2034.567 << u"2034.6"_s << u"+2034.567"_s;
+        QTest::newRow("trailing zeros dropped") << 104.5 << u"104.5"_s << u"+104.500"_s;
+        QTest::newRow("negative change") << -0.4567 << u"-0.4567"_s << u"-0.457"_s;
+        QTest::newRow("tiny negative keeps its sign") << -0.0001 << u"-0.0001"_s << u"-0.000"_s;
+        QTest::newRow("one decimal") << 1.2 << u"1.2"_s << u"+1.200"_s;
+        QTest::newRow("small") << 0.000123456 << u"0.00012346"_s << u"+0.000"_s;
+        QTest::newRow("large switches to exponent") << 123456.7 << u"1.2346e+05"_s << u"+123456.700"_s;
+    }
+    void numberFormats()
+    {
+        QFETCH(double, value);
+        QFETCH(QString, price);
+        QFETCH(QString, change);
+        QCOMPARE(InstrumentPrompts::significantPrice(value), price);
+        QCOMPARE(InstrumentPrompts::signedChange(value), change);
+    }
+};
+
+QTEST_GUILESS_MAIN(TestPrompts)
+#include "tst_prompts.moc"

@@ -1,0 +1,360 @@
+#include "../TestSupport.h"
+
+#include "sources/RSSParser.h"
+
+#include <QTimeZone>
+
+using namespace kalvo;
+
+namespace {
+
+// One line per entry keeps a failing comparison readable.
+QString describe(const RSSEntry &entry)
+{
+    const QString published = entry.published ? entry.published->toUTC().toString(Qt::ISODateWithMs) : u"none"_s;
+    return QStringList{entry.title, entry.link, entry.description, published}.join(u" | "_s);
+}
+
+QStringList describe(const QList<RSSEntry> &entries)
+{
+    QStringList lines;
+    for (const RSSEntry &entry : entries)
+        lines << describe(entry);
+    return lines;
+}
+
+QStringList titles(const QList<RSSEntry> &entries)
+{
+    QStringList result;
+    for (const RSSEntry &entry : entries)
+        result << entry.title;
+    return result;
+}
+
+QByteArray rss(const QByteArray &items)
+{
+    return "<?xml version=\"1.0\" encoding=\"UTF-8\"?><rss version=\"2.0\"><channel><title>Channel</title>"
+           "<link>https://example.com/</link><pubDate>Fri, 03 May 2024 09:00:00 GMT</pubDate>"
+        + items + "</channel></rss>";
+}
+
+QByteArray atom(const QByteArray &entries)
+{
+    return "<feed xmlns=\"http://www.w3.org/2005/Atom\"><title>Feed</title><updated>2024-05-03T09:00:00Z</updated>"
+        + entries + "</feed>";
+}
+
+QDateTime local(int year, int month, int day, int hour = 0, int minute = 0, int second = 0)
+{
+    return QDateTime(QDate(year, month, day), QTime(hour, minute, second), QTimeZone::systemTimeZone());
+}
+
+QDateTime utcMs(int hour, int minute, int second, int ms)
+{
+    return QDateTime(QDate(2024, 5, 3), QTime(hour, minute, second, ms), QTimeZone::utc());
+}
+
+// A feed of ordinary items, at least `bytes` long.
+QByteArray bigFeed(qsizetype bytes)
+{
+    QByteArray body;
+    body.reserve(bytes + 1000);
+    for (int i = 0; body.size() < bytes; ++i) {
+        body += "<item><title>EUR/USD climbs to 1.08" + QByteArray::number(i % 100) + " as the dollar softens</title>"
+                "<link>https://example.com/n/" + QByteArray::number(i) + "</link>"
+                "<description>&lt;p&gt;The pair trades near its weekly high in the European session. Resistance "
+                "is seen at 1.0900, support at 1.0800; traders await US data.&lt;/p&gt;</description>"
+                "<pubDate>Fri, 03 May 2024 14:20:00 +0000</pubDate></item>\n";
+    }
+    return rss(body);
+}
+
+} // namespace
+
+class TestRSSParser : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void entriesFromDocuments_data()
+    {
+        QTest::addColumn<QByteArray>("document");
+        QTest::addColumn<QStringList>("expected");
+
+        QTest::newRow("rss 2.0 item")
+            << rss("<item><title>A &amp; B</title><link>/n/1</link><description>&lt;p&gt;Hello&lt;/p&gt; world"
+                   "</description><pubDate>Fri, 03 May 2024 14:20:00 +0000</pubDate></item>")
+            << QStringList{u"A & B | /n/1 | Hello world | 2024-05-03T14:20:00.000Z"_s};
+        QTest::newRow("atom: first non-empty href wins")
+            << atom("<entry><title>T</title><link rel=\"alternate\" href=\"/n/2\"/><link rel=\"enclosure\" "
+                    "href=\"/n/2.jpg\"/><updated>2024-05-03T14:20:00Z</updated></entry>")
+            << QStringList{u"T | /n/2 |  | 2024-05-03T14:20:00.000Z"_s};
+        QTest::newRow("atom: rel stands in for a missing href")
+            << atom("<entry><title>T</title><link rel=\"alternate\"/></entry>")
+            << QStringList{u"T | alternate |  | none"_s};
+        QTest::newRow("empty href leaves the link to the element text")
+            << rss("<item><title>T</title><link href=\"\">/n/3</link></item>")
+            << QStringList{u"T | /n/3 |  | none"_s};
+        QTest::newRow("link text is trimmed but not cleaned")
+            << rss("<item><title>T</title><link>\n  https://x.test/?a=1&amp;b=&lt;2&gt;  \n</link></item>")
+            << QStringList{u"T | https://x.test/?a=1&b=<2> |  | none"_s};
+        QTest::newRow("CDATA title is lost, the item dropped")
+            << rss("<item><title><![CDATA[Headline]]></title><link>/n/4</link></item>") << QStringList{};
+        QTest::newRow("CDATA description is lost, content:encoded fills in")
+            << rss("<item><title>T</title><description><![CDATA[<p>Short</p>]]></description><content:encoded>"
+                   "&lt;p&gt;Full &lt;b&gt;text&lt;/b&gt;&lt;/p&gt;</content:encoded></item>")
+            << QStringList{u"T |  | Full text | none"_s};
+        QTest::newRow("empty summary leaves room for content")
+            << atom("<entry><title>T</title><summary>  </summary><content>Body</content></entry>")
+            << QStringList{u"T |  | Body | none"_s};
+        QTest::newRow("first non-empty description wins")
+            << rss("<item><title>T</title><description>One</description><summary>Two</summary></item>")
+            << QStringList{u"T |  | One | none"_s};
+        QTest::newRow("the last date element decides, even unparseable")
+            << atom("<entry><title>T</title><published>2024-05-03T14:20:00Z</published>"
+                    "<updated>garbage</updated></entry>")
+            << QStringList{u"T |  |  | none"_s};
+        QTest::newRow("atom updated after published wins")
+            << atom("<entry><title>T</title><published>2024-05-03T14:00:00Z</published>"
+                    "<updated>2024-05-03T14:20:00.250Z</updated></entry>")
+            << QStringList{u"T |  |  | 2024-05-03T14:20:00.250Z"_s};
+        QTest::newRow("escaped empty tag empties an earlier title")
+            << rss("<item><title>First</title><title>&lt;b&gt;&lt;/b&gt;</title></item>") << QStringList{};
+        QTest::newRow("a later title replaces an earlier one")
+            << rss("<item><title>First</title><title>Second</title></item>")
+            << QStringList{u"Second |  |  | none"_s};
+        QTest::newRow("white space in titles is folded")
+            << rss("<item><title>\n  Fed   holds\t rates \n</title></item>")
+            << QStringList{u"Fed holds rates |  |  | none"_s};
+        QTest::newRow("text before a child element is lost")
+            << rss("<item><title>T</title><description>Lead <b>bold</b> tail</description></item>")
+            << QStringList{u"T |  | tail | none"_s};
+        QTest::newRow("double-escaped HTML entities stay as written")
+            << rss("<item><title>T</title><description>a&amp;nbsp;b &#233;t&#xE9;</description></item>")
+            << QStringList{u"T |  | a&nbsp;b été | none"_s};
+        QTest::newRow("channel elements make no entry")
+            << rss("<item><title>Only</title></item>") << QStringList{u"Only |  |  | none"_s};
+        QTest::newRow("item without a title is dropped, the next kept")
+            << rss("<item><link>/x</link></item><item><title>Y</title></item>")
+            << QStringList{u"Y |  |  | none"_s};
+        QTest::newRow("element names compared without case")
+            << rss("<ITEM><Title>Up</Title><LINK>/u</LINK><PubDate>Fri, 03 May 2024 14:20:00 GMT</PubDate></ITEM>")
+            << QStringList{u"Up | /u |  | 2024-05-03T14:20:00.000Z"_s};
+        QTest::newRow("rss 1.0 / rdf with dc:date")
+            << QByteArray("<rdf:RDF xmlns:rdf=\"http://www.w3.org/1999/02/22-rdf-syntax-ns#\" "
+                          "xmlns=\"http://purl.org/rss/1.0/\" xmlns:dc=\"http://purl.org/dc/elements/1.1/\">"
+                          "<channel rdf:about=\"https://boj.test/rss\"><title>BoJ</title><link>https://boj.test/</link>"
+                          "<items><rdf:Seq><rdf:li rdf:resource=\"https://boj.test/r/1\"/></rdf:Seq></items></channel>"
+                          "<item rdf:about=\"https://boj.test/r/1\"><title>Statement on Monetary Policy</title>"
+                          "<link>https://boj.test/r/1</link><description>Policy rate unchanged.</description>"
+                          "<dc:date>2024-05-03T23:20:00+09:00</dc:date></item></rdf:RDF>")
+            << QStringList{u"Statement on Monetary Policy | https://boj.test/r/1 | Policy rate unchanged. | "
+                           "2024-05-03T14:20:00.000Z"_s};
+        QTest::newRow("prefixes need no declaration")
+            << rss("<item><title>T</title><dc:date>2024-05-03T14:20:00Z</dc:date></item>")
+            << QStringList{u"T |  |  | 2024-05-03T14:20:00.000Z"_s};
+        QTest::newRow("a new item start discards the unfinished one")
+            << rss("<item><title>A</title><item><title>B</title></item>") << QStringList{u"B |  |  | none"_s};
+        QTest::newRow("items keep document order")
+            << rss("<item><title>3</title></item><item><title>1</title></item><item><title>2</title></item>")
+            << QStringList{u"3 |  |  | none"_s, u"1 |  |  | none"_s, u"2 |  |  | none"_s};
+    }
+    void entriesFromDocuments()
+    {
+        QFETCH(QByteArray, document);
+        QFETCH(QStringList, expected);
+        QCOMPARE(describe(RSSParser::parse(document)), expected);
+    }
+
+    void badInputEndsSafely_data()
+    {
+        QTest::addColumn<QByteArray>("document");
+        QTest::addColumn<QStringList>("expectedTitles");
+
+        const QByteArray one = "<item><title>One</title></item>";
+        QTest::newRow("cut off mid-item")
+            << QByteArray("<rss><channel>" + one + "<item><title>Two</title><li") << QStringList{u"One"_s};
+        QTest::newRow("cut off right after an item")
+            << QByteArray("<rss><channel>" + one) << QStringList{u"One"_s};
+        QTest::newRow("mismatched tag after the first item")
+            << QByteArray("<rss><channel>" + one + "<item><title>Two</tit></item></channel></rss>")
+            << QStringList{u"One"_s};
+        QTest::newRow("undeclared HTML entity")
+            << rss(one + "<item><title>A&nbsp;B</title></item>") << QStringList{u"One"_s};
+        QTest::newRow("empty body") << QByteArray() << QStringList{};
+        QTest::newRow("binary garbage") << QByteArray("\x00\xff\xfe<<\x01garbage\x80", 16) << QStringList{};
+        QTest::newRow("JSON instead of XML") << QByteArray(R"({"items":[{"title":"x"}]})") << QStringList{};
+        QTest::newRow("HTML error page")
+            << QByteArray("<html><body><h1>502 Bad Gateway</h1></body></html>") << QStringList{};
+        QTest::newRow("second root element")
+            << QByteArray(rss(one) + "<rss><channel><item><title>Two</title></item></channel></rss>")
+            << QStringList{u"One"_s};
+        QTest::newRow("declared Latin-1 encoding")
+            << QByteArray("<?xml version=\"1.0\" encoding=\"ISO-8859-1\"?><rss><channel><item><title>Caf\xe9 "
+                          "cr\xe8me</title></item></channel></rss>")
+            << QStringList{u"Café crème"_s};
+        const QString utf16Text = QString::fromUtf8(rss("<item><title>Yen ¥ rallies</title></item>")).replace(
+            u"encoding=\"UTF-8\""_s, u"encoding=\"UTF-16\""_s);
+        QByteArray utf16("\xff\xfe", 2);
+        utf16.append(reinterpret_cast<const char *>(utf16Text.utf16()), utf16Text.size() * 2);
+        QTest::newRow("UTF-16 with byte order mark") << utf16 << QStringList{u"Yen ¥ rallies"_s};
+    }
+    void badInputEndsSafely()
+    {
+        QFETCH(QByteArray, document);
+        QFETCH(QStringList, expectedTitles);
+        QCOMPARE(titles(RSSParser::parse(document)), expectedTitles);
+    }
+
+    // The reader does expand entities declared in an internal DTD, but one
+    // that grows past its expansion limit (4096 characters) ends the document
+    // as malformed: no exponential time or memory, no giant title.
+    void entityBombStaysSmall_data()
+    {
+        QTest::addColumn<QByteArray>("declarations");
+        QTest::addColumn<QByteArray>("reference");
+
+        QByteArray laughs = "<!ENTITY lol0 \"lol\">";
+        for (int level = 1; level <= 9; ++level) {
+            laughs += "<!ENTITY lol" + QByteArray::number(level) + " \"";
+            for (int i = 0; i < 10; ++i)
+                laughs += "&lol" + QByteArray::number(level - 1) + ';';
+            laughs += "\">";
+        }
+        QTest::newRow("billion laughs") << laughs << QByteArray("&lol9;");
+        QTest::newRow("one wide entity")
+            << QByteArray("<!ENTITY wide \"" + QByteArray(100'000, 'x') + "\">") << QByteArray("&wide;");
+    }
+    void entityBombStaysSmall()
+    {
+        QFETCH(QByteArray, declarations);
+        QFETCH(QByteArray, reference);
+        const QByteArray document = "<?xml version=\"1.0\"?><!DOCTYPE rss [" + declarations + "]><rss><channel>"
+                                    "<item><title>Before</title></item><item><title>" + reference
+                                    + "</title></item><item><title>After</title></item></channel></rss>";
+        const QList<RSSEntry> entries = RSSParser::parse(document);
+        QVERIFY(!entries.isEmpty());
+        QCOMPARE(entries.first().title, u"Before"_s);
+        for (const RSSEntry &entry : entries)
+            QVERIFY2(entry.title.size() <= 4096, qPrintable(u"title of %1 characters"_s.arg(entry.title.size())));
+    }
+
+    // A small custom entity is a legal XML feature; it is resolved like any
+    // other text.
+    void smallCustomEntityIsResolved()
+    {
+        const QByteArray document = "<?xml version=\"1.0\"?><!DOCTYPE rss [<!ENTITY fed \"Federal Reserve\">]>"
+                                    "<rss><channel><item><title>&fed; holds</title></item></channel></rss>";
+        QCOMPARE(titles(RSSParser::parse(document)), QStringList{u"Federal Reserve holds"_s});
+    }
+
+    // Sizes far beyond real feeds must still be handled in linear time.
+    void largeInputs_data()
+    {
+        QTest::addColumn<QByteArray>("document");
+        QTest::addColumn<int>("expectedEntries");
+        QTest::addColumn<int>("expectedDescriptionSize");
+
+        const QByteArray feed = bigFeed(20'000'000);
+        QTest::newRow("20 MB of ordinary items") << feed << int(feed.count("<item>")) << 133;
+        QByteArray opens;
+        opens.reserve(5'000'000 * 4);
+        for (int i = 0; i < 5'000'000; ++i)
+            opens += "&lt;";
+        QTest::newRow("20 MB of '<' without '>'")
+            << rss("<item><title>T</title><description>" + opens + "</description></item>") << 1 << 5'000'000;
+        QTest::newRow("20 MB of blanks")
+            << rss("<item><title>T</title><description>a" + QByteArray(20'000'000, ' ') + "b</description></item>")
+            << 1 << 3;
+    }
+    void largeInputs()
+    {
+        QFETCH(QByteArray, document);
+        QFETCH(int, expectedEntries);
+        QFETCH(int, expectedDescriptionSize);
+        QVERIFY(document.size() >= 20'000'000);
+        const QList<RSSEntry> entries = RSSParser::parse(document);
+        QCOMPARE(entries.size(), expectedEntries);
+        QCOMPARE(entries.last().description.size(), expectedDescriptionSize);
+    }
+
+    void clean_data()
+    {
+        QTest::addColumn<QString>("text");
+        QTest::addColumn<QString>("expected");
+
+        QTest::newRow("tags become blanks") << u"<p>Hello</p>world"_s << u"Hello world"_s;
+        QTest::newRow("<> is no tag") << u"a <> b"_s << u"a <> b"_s;
+        QTest::newRow("< without >") << u"1 < 2 and 3"_s << u"1 < 2 and 3"_s;
+        QTest::newRow("tag across lines") << u"see <a\nhref='x'>this</a> now"_s << u"see this now"_s;
+        QTest::newRow("nested opener") << u"x <<b> y"_s << u"x y"_s;
+        QTest::newRow("only tags") << u"<b></b>"_s << QString();
+        QTest::newRow("runs of white space") << u" a \t\n\r b  "_s << u"a b"_s;
+        QTest::newRow("no-break space folds") << u"a\u00a0\u00a0b"_s << u"a b"_s;
+        QTest::newRow("line separator folds") << u"a\u2028b"_s << u"a b"_s;
+        QTest::newRow("vertical tab is not folded") << u"a\u000bb"_s << u"a\u000bb"_s;
+        QTest::newRow("vertical tab is trimmed at the ends") << u"\u000ba b\u000b"_s << u"a b"_s;
+    }
+    void clean()
+    {
+        QFETCH(QString, text);
+        QFETCH(QString, expected);
+        QCOMPARE(RSSParser::clean(text), expected);
+    }
+
+    void parseDate_data()
+    {
+        QTest::addColumn<QString>("text");
+        QTest::addColumn<QDateTime>("expected"); // invalid: no date
+
+        const QDateTime at1420 = test::utc(2024, 5, 3, 14, 20);
+        // The four ISO 8601 forms; a value without zone is UTC.
+        QTest::newRow("iso, fraction, Z") << u"2024-05-03T14:20:00.123Z"_s << utcMs(14, 20, 0, 123);
+        QTest::newRow("iso, one fraction digit, offset") << u"2024-05-03T16:20:00.5+02:00"_s << utcMs(14, 20, 0, 500);
+        QTest::newRow("iso, Z") << u"2024-05-03T14:20:00Z"_s << at1420;
+        QTest::newRow("iso, offset") << u"2024-05-03T09:20:00-05:00"_s << at1420;
+        QTest::newRow("iso, basic time, no zone") << u"2024-05-03T142000"_s << at1420;
+        QTest::newRow("iso, basic time, Z") << u"2024-05-03T142000Z"_s << at1420;
+        QTest::newRow("iso, basic time, offset") << u"2024-05-03T162000+0200"_s << at1420;
+        // The fixed patterns, in table order.
+        QTest::newRow("1: numeric offset") << u"Fri, 03 May 2024 16:20:00 +0200"_s << at1420;
+        QTest::newRow("2: GMT") << u"Fri, 03 May 2024 14:20:00 GMT"_s << at1420;
+        QTest::newRow("2: EST") << u"Fri, 03 May 2024 09:20:00 EST"_s << at1420;
+        QTest::newRow("2: EDT") << u"Fri, 03 May 2024 10:20:00 EDT"_s << at1420;
+        QTest::newRow("2: UTC") << u"Fri, 03 May 2024 14:20:00 UTC"_s << at1420;
+        QTest::newRow("3: two blanks, offset") << u"Fri,  3 May 2024 14:20:00 +0000"_s << at1420;
+        QTest::newRow("4: two blanks, GMT") << u"Fri,  3 May 2024 14:20:00 GMT"_s << at1420;
+        QTest::newRow("5: no weekday, offset") << u"03 May 2024 14:20:00 +0000"_s << at1420;
+        QTest::newRow("6: no weekday, GMT") << u"03 May 2024 14:20:00 GMT"_s << at1420;
+        QTest::newRow("7: no seconds, offset") << u"Fri, 03 May 2024 14:20 +0000"_s << at1420;
+        QTest::newRow("8: no seconds, GMT") << u"Fri, 03 May 2024 14:20 GMT"_s << at1420;
+        QTest::newRow("9: basic offset") << u"2024-05-03T16:20:00+0200"_s << at1420;
+        QTest::newRow("10: fraction, basic offset") << u"2024-05-03T16:20:00.250+0200"_s << utcMs(14, 20, 0, 250);
+        QTest::newRow("13: blank, offset") << u"2024-05-03 16:20:00 +0200"_s << at1420;
+        QTest::newRow("14: local time") << u"2024-05-03 14:20:00"_s << local(2024, 5, 3, 14, 20);
+        QTest::newRow("15: local midnight") << u"2024-05-03"_s << local(2024, 5, 3);
+        QTest::newRow("one-digit day, one blank") << u"Fri, 3 May 2024 14:20:00 GMT"_s << at1420;
+        QTest::newRow("surrounding white space") << u" \n Fri, 03 May 2024 14:20:00 GMT \t"_s << at1420;
+        // Not dates.
+        QTest::newRow("empty") << QString() << QDateTime();
+        QTest::newRow("blanks") << u"  \n "_s << QDateTime();
+        QTest::newRow("words") << u"yesterday"_s << QDateTime();
+        QTest::newRow("trailing text") << u"Fri, 03 May 2024 14:20:00 +0000 (UTC)"_s << QDateTime();
+        QTest::newRow("iso without zone") << u"2024-05-03T14:20:00"_s << QDateTime();
+        QTest::newRow("month name first") << u"May 3, 2024"_s << QDateTime();
+        QTest::newRow("month 13") << u"2024-13-03"_s << QDateTime();
+        QTest::newRow("hour 25") << u"Fri, 03 May 2024 25:20:00 GMT"_s << QDateTime();
+    }
+    void parseDate()
+    {
+        QFETCH(QString, text);
+        QFETCH(QDateTime, expected);
+        const std::optional<QDateTime> parsed = RSSParser::parseDate(text);
+        QCOMPARE(parsed.has_value(), expected.isValid());
+        if (parsed)
+            QCOMPARE(parsed->toUTC(), expected.toUTC());
+    }
+};
+
+QTEST_GUILESS_MAIN(TestRSSParser)
+#include "tst_rssparser.moc"
