@@ -1,15 +1,19 @@
 #include "AppState.h"
 
 #include "TradingSessions.h"
+#include "ai/ClaudeService.h"
 #include "audio/AlertSound.h"
 #include "core/Clock.h"
 #include "core/Paths.h"
+#include "scanner/ScannerService.h"
+#include "sources/CalendarService.h"
+#include "sources/NewsService.h"
+#include "sources/PriceService.h"
 #include "storage/DatabaseService.h"
 
 #include <QCoroFuture>
 #include <QDebug>
 #include <QDir>
-#include <QPointer>
 #include <QtConcurrent/QtConcurrentRun>
 
 #include <algorithm>
@@ -53,6 +57,8 @@ AppState::AppState(Clock &clock, QObject *parent)
 
 AppState::~AppState()
 {
+    // First, so that work resumed by the teardown below sees us gone.
+    m_lifetime.reset();
     stop();
 }
 
@@ -93,14 +99,140 @@ void AppState::selectNews(const QString &id)
     setSelectedNews(id.isEmpty() || found == m_news.cend() ? std::nullopt : std::optional(*found));
 }
 
-void AppState::runDetailAnalysis(const QString &)
+void AppState::setSelectedCalendarEvent(const std::optional<CalendarEvent> &event)
 {
-    // Wired to the AI client once it exists; until then nothing can run.
+    m_selectedCalendarEvent = event;
+    emit selectedCalendarEventChanged();
 }
 
-void AppState::loadLiveBriefing() {}
+void AppState::setSelectedPair(const QString &pair)
+{
+    if (m_selectedPair == pair)
+        return;
+    m_selectedPair = pair;
+    emit selectedPairChanged();
+}
 
-void AppState::loadMarketOverview() {}
+void AppState::setBusy(bool &flag, bool busy, void (AppState::*changed)())
+{
+    if (flag == busy)
+        return;
+    flag = busy;
+    emit(this->*changed)();
+}
+
+void AppState::runDetailAnalysis(const QString &newsId)
+{
+    const auto found = std::find_if(m_news.cbegin(), m_news.cend(), [&](const NewsItem &n) { return n.id == newsId; });
+    if (!m_claude || found == m_news.cend()) {
+        setBusy(m_isAnalyzingDetail, false, &AppState::isAnalyzingDetailChanged);
+        return;
+    }
+    setBusy(m_isAnalyzingDetail, true, &AppState::isAnalyzingDetailChanged);
+    analyseInDepth(*found);
+}
+
+QCoro::Task<> AppState::analyseInDepth(NewsItem item)
+{
+    const std::weak_ptr<void> alive = m_lifetime;
+    const std::optional<NewsAnalysis> deep = co_await m_claude->analyzeNewsDetail(item);
+    if (alive.expired())
+        co_return;
+    setBusy(m_isAnalyzingDetail, false, &AppState::isAnalyzingDetailChanged);
+    if (!deep)
+        co_return;
+    const auto row = std::find_if(m_news.begin(), m_news.end(), [&](const NewsItem &n) { return n.id == item.id; });
+    if (row == m_news.end())
+        co_return; // removed while the analysis ran
+    // The quick scoring keeps its verdict; the deep pass adds the long texts.
+    NewsAnalysis merged = row->analysis.value_or(NewsAnalysis{});
+    merged.summary = deep->summary;
+    merged.macro = deep->macro;
+    merged.risks = deep->risks;
+    merged.watchNext = deep->watchNext;
+    merged.strategy = deep->strategy;
+    merged.pairDetails = deep->pairDetails;
+    row->analysis = merged;
+    emit newsUpdated(int(row - m_news.begin()));
+    setSelectedNews(*row);
+    setStatus(u"✓ Detail-Analyse: "_s + row->title.left(50));
+}
+
+void AppState::loadLiveBriefing()
+{
+    if (!m_claude)
+        return;
+    setBusy(m_isLoadingBriefing, true, &AppState::isLoadingBriefingChanged);
+    produceBriefing();
+}
+
+QCoro::Task<> AppState::produceBriefing()
+{
+    const std::weak_ptr<void> alive = m_lifetime;
+    std::optional<LiveBriefing> briefing = co_await m_claude->generateLiveBriefing(m_news, m_calendar);
+    if (alive.expired())
+        co_return;
+    if (!briefing) {
+        setStatus(u"⚠ Live-Briefing fehlgeschlagen"_s);
+        setBusy(m_isLoadingBriefing, false, &AppState::isLoadingBriefingChanged);
+        co_return;
+    }
+    setStatus(u"✓ Briefing-Text bereit — erzeuge Audio…"_s);
+    if (!briefing->text.isEmpty()) {
+        briefing->audioData = co_await m_claude->synthesizeSpeech(briefing->text);
+        if (alive.expired())
+            co_return;
+    }
+    m_liveBriefing = std::move(briefing);
+    emit liveBriefingChanged();
+    setBusy(m_isLoadingBriefing, false, &AppState::isLoadingBriefingChanged);
+    setStatus(m_liveBriefing->audioData ? u"✓ Live-Briefing bereit — drücke Play zum Abspielen"_s
+                                        : u"✓ Live-Briefing bereit (kein Audio)"_s);
+}
+
+void AppState::clearLiveBriefing()
+{
+    m_liveBriefing.reset();
+    emit liveBriefingChanged();
+}
+
+void AppState::clearMarketOverview()
+{
+    m_marketOverview.reset();
+    emit marketOverviewChanged();
+}
+
+void AppState::loadMarketOverview()
+{
+    if (!m_claude)
+        return;
+    setBusy(m_isLoadingOverview, true, &AppState::isLoadingOverviewChanged);
+    produceOverview();
+}
+
+QCoro::Task<> AppState::produceOverview()
+{
+    const std::weak_ptr<void> alive = m_lifetime;
+    std::optional<MarketOverview> overview = co_await m_claude->generateMarketOverview(m_news, m_config.marketPairs);
+    if (alive.expired())
+        co_return;
+    if (overview) {
+        m_marketOverview = std::move(overview);
+        emit marketOverviewChanged();
+        setStatus(u"✓ Marktübersicht geladen"_s);
+    } else {
+        setStatus(u"⚠ Marktübersicht fehlgeschlagen"_s);
+    }
+    setBusy(m_isLoadingOverview, false, &AppState::isLoadingOverviewChanged);
+}
+
+QCoro::Task<std::optional<InstrumentAnalysis>> AppState::requestInstrumentAnalysis(QString pair)
+{
+    if (!m_claude)
+        co_return std::nullopt;
+    const PriceData quote = m_prices.value(pair);
+    co_return co_await m_claude->analyzeInstrument(pair, m_news, m_calendar, quote.price, quote.changePct);
+}
 
 void AppState::setStatus(const QString &status)
 {
@@ -125,6 +257,10 @@ void AppState::stop()
     if (m_loops.stop_possible())
         m_loops.request_stop();
     m_loops = std::stop_source(std::nostopstate);
+    // The polling services run until destroyed; a later start creates new ones.
+    m_newsService.reset();
+    m_priceService.reset();
+    m_calendarService.reset();
     if (!m_isRunning)
         return;
     m_isRunning = false;
@@ -133,10 +269,10 @@ void AppState::stop()
 
 QCoro::Task<> AppState::start(std::stop_token stop)
 {
-    QPointer<AppState> self(this);
+    const std::weak_ptr<void> alive = m_lifetime;
 
     const StartupFiles files = co_await QtConcurrent::run(readStartupFiles, m_endpointsFile, m_endpoints);
-    if (!self)
+    if (alive.expired())
         co_return;
     for (const QString &problem : files.endpointProblems)
         qWarning().noquote() << "[Endpoints] ✗" << m_endpointsFile + u':' << problem;
@@ -145,13 +281,15 @@ QCoro::Task<> AppState::start(std::stop_token stop)
 
     auto db = std::make_shared<DatabaseService>(files.databasePath, m_clock);
     co_await db->open();
-    if (!self)
+    if (alive.expired())
         co_return;
     m_db = db;
 
+    createServices();
+
     setStatus(u"Lade gespeicherte News…"_s);
     QList<NewsItem> stored = co_await db->loadRecent(storedNewsAtStart);
-    if (!self)
+    if (alive.expired())
         co_return;
     if (!stored.isEmpty()) {
         std::stable_sort(stored.begin(), stored.end(),
@@ -162,14 +300,48 @@ QCoro::Task<> AppState::start(std::stop_token stop)
     }
 
     setStatus(u"Starte Dienste…"_s);
-    // No AI client is wired in yet, so no model can answer.
-    setStatus(u"⚠ AI-Backend nicht erreichbar"_s);
+    co_await probeModel();
+    if (alive.expired() || stop.stop_requested())
+        co_return; // gone or stopped while starting
+    launchLoops(stop);
+    emit started();
+}
 
-    if (stop.stop_requested())
-        co_return; // stopped while starting
+void AppState::createServices()
+{
+    m_claude = std::make_unique<ClaudeService>(QUrl(m_endpoints.url(u"backend"_s)), m_clock);
+    m_newsService = std::make_unique<NewsService>(m_config, m_db, m_endpoints, m_clock);
+    m_priceService = std::make_unique<PriceService>(m_config, m_endpoints, m_clock);
+    m_calendarService = std::make_unique<CalendarService>(m_config, m_endpoints, m_clock);
+    m_scannerService = std::make_unique<ScannerService>(m_clock);
+    emit aiAvailableChanged();
+}
+
+QCoro::Task<> AppState::probeModel()
+{
+    const std::weak_ptr<void> alive = m_lifetime;
+    const QString model = co_await m_claude->findWorkingModel();
+    if (alive.expired())
+        co_return;
+    if (model.isEmpty()) {
+        setStatus(u"⚠ AI-Backend nicht erreichbar"_s);
+        co_return;
+    }
+    m_aiModel = model;
+    emit aiModelChanged();
+    setStatus(u"✓ Claude bereit ("_s + shortModelName(model) + u')');
+}
+
+void AppState::launchLoops(std::stop_token stop)
+{
+    // Deliveries hold the state weakly: once it is going away they do nothing.
+    const std::weak_ptr<void> alive = m_lifetime;
+    m_newsService->run([this, alive](const NewsItem &item) { if (!alive.expired()) onNewsItem(item); },
+                       [this, alive](const QDateTime &at, bool ok) { if (!alive.expired()) onNewsCycle(at, ok); });
+    m_priceService->run([this, alive](const QMap<QString, PriceData> &p) { if (!alive.expired()) onPrices(p); });
+    m_calendarService->run([this, alive](const QList<CalendarEvent> &e) { if (!alive.expired()) onCalendar(e); });
     scannerLoop(stop);
     sessionsLoop(stop);
-    emit started();
 }
 
 QCoro::Task<> AppState::scannerLoop(std::stop_token stop)
@@ -207,7 +379,10 @@ void AppState::updateSessions()
 
 void AppState::refreshScanner()
 {
-    // Nothing to do until a scanner service exists.
+    if (!m_scannerService)
+        return;
+    m_scanner = m_scannerService->scan(m_prices, m_news, m_calendar);
+    emit scannerChanged();
 }
 
 void AppState::replaceNews(QList<NewsItem> items)
@@ -244,6 +419,52 @@ void AppState::onNewsItem(const NewsItem &item)
     const bool isNewest = row == 0 && (!newestBefore || item.published >= *newestBefore);
     if (isNewest)
         m_playSound(item.score >= 8.0 ? m_config.newsSoundHighImpact : m_config.newsSoundNormal);
+
+    if (!m_config.claudeApiKey.isEmpty() && m_claude)
+        scoreNews(item);
+}
+
+QCoro::Task<> AppState::scoreNews(NewsItem item)
+{
+    const std::weak_ptr<void> alive = m_lifetime;
+    std::optional<NewsAnalysis> analysis = co_await m_claude->analyzeNews(item);
+    if (alive.expired())
+        co_return;
+    if (analysis && analysis->relevant)
+        applyScore(item.id, std::move(*analysis));
+    else
+        removeNews(item.id);
+}
+
+void AppState::applyScore(const QString &id, NewsAnalysis analysis)
+{
+    analysis.score = std::clamp(analysis.score, 1.0, 10.0);
+    const auto row = std::find_if(m_news.begin(), m_news.end(), [&](const NewsItem &n) { return n.id == id; });
+    if (row != m_news.end()) {
+        row->analysis = analysis;
+        row->score = analysis.score;
+        emit newsUpdated(int(row - m_news.begin()));
+    }
+    if (m_db)
+        m_db->updateAnalysis(id, analysis, analysis.score);
+    if (analysis.score < m_config.alertMinScore || row == m_news.end())
+        return;
+    const QString headline = analysis.headline.isEmpty() ? row->title : analysis.headline;
+    setStatus(u"⚡ [%1/10] "_s.arg(qint64(analysis.score)) + row->source + u": "_s + headline.left(70));
+}
+
+void AppState::removeNews(const QString &id)
+{
+    bool removed = false;
+    for (int row = int(m_news.size()) - 1; row >= 0; --row) {
+        if (m_news[row].id != id)
+            continue;
+        m_news.removeAt(row);
+        emit newsRemoved(row);
+        removed = true;
+    }
+    if (removed)
+        emit newsCountChanged();
 }
 
 void AppState::onNewsCycle(const QDateTime &startedAt, bool healthy)
@@ -251,6 +472,21 @@ void AppState::onNewsCycle(const QDateTime &startedAt, bool healthy)
     m_newsLastCheckedAt = startedAt;
     m_newsFetchHealthy = healthy;
     emit newsCycleChanged();
+}
+
+void AppState::onPrices(const QMap<QString, PriceData> &prices)
+{
+    // Instruments missing from this delivery keep their last quote.
+    for (auto it = prices.cbegin(); it != prices.cend(); ++it)
+        m_prices.insert(it.key(), it.value());
+    emit pricesChanged();
+}
+
+void AppState::onCalendar(const QList<CalendarEvent> &events)
+{
+    m_calendar = events;
+    m_calendarLoadedOnce = true;
+    emit calendarChanged();
 }
 
 QString AppState::shortModelName(const QString &modelId)

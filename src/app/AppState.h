@@ -4,6 +4,7 @@
 #include "core/Endpoints.h"
 #include "core/MarketRecords.h"
 #include "core/NewsItem.h"
+#include "ai/AiRecords.h"
 
 #include <QCoroTask>
 #include <QDateTime>
@@ -18,6 +19,11 @@ namespace kalvo {
 
 class Clock;
 class DatabaseService;
+class ClaudeService;
+class NewsService;
+class PriceService;
+class CalendarService;
+class ScannerService;
 
 // The one observable object of the application. It owns the configuration,
 // the services and every list the views show, runs the periodic loops and
@@ -41,8 +47,10 @@ class AppState : public QObject
     Q_PROPERTY(bool isAnalyzingDetail MEMBER m_isAnalyzingDetail NOTIFY isAnalyzingDetailChanged)
     Q_PROPERTY(bool isLoadingBriefing MEMBER m_isLoadingBriefing NOTIFY isLoadingBriefingChanged)
     Q_PROPERTY(bool isLoadingOverview MEMBER m_isLoadingOverview NOTIFY isLoadingOverviewChanged)
-    Q_PROPERTY(QString selectedPair MEMBER m_selectedPair NOTIFY selectedPairChanged)
+    Q_PROPERTY(QString selectedPair READ selectedPair WRITE setSelectedPair NOTIFY selectedPairChanged)
     Q_PROPERTY(bool aiAvailable READ aiAvailable NOTIFY aiAvailableChanged)
+    Q_PROPERTY(bool hasLiveBriefing READ hasLiveBriefing NOTIFY liveBriefingChanged)
+    Q_PROPERTY(bool hasMarketOverview READ hasMarketOverview NOTIFY marketOverviewChanged)
     Q_PROPERTY(QString selectedNewsId READ selectedNewsId NOTIFY selectedNewsChanged)
 
 public:
@@ -74,8 +82,28 @@ public:
     Q_INVOKABLE void runDetailAnalysis(const QString &newsId);
     Q_INVOKABLE void loadLiveBriefing();
     Q_INVOKABLE void loadMarketOverview();
+    // The analysis of one instrument for its detail sheet, from its current
+    // quote (0 without one), the headlines and the calendar. No flag here:
+    // the sheet keeps its own. Absent without an AI client or an answer.
+    QCoro::Task<std::optional<InstrumentAnalysis>> requestInstrumentAnalysis(QString pair);
     // Whether an AI client exists; the views call the operations only then.
-    bool aiAvailable() const { return false; }
+    bool aiAvailable() const { return m_claude != nullptr; }
+    ClaudeService *claudeService() const { return m_claude.get(); }
+
+    const QMap<QString, PriceData> &prices() const { return m_prices; }
+    const QList<CalendarEvent> &calendar() const { return m_calendar; }
+    const ScannerResult &scanner() const { return m_scanner; }
+    const std::optional<LiveBriefing> &liveBriefing() const { return m_liveBriefing; }
+    bool hasLiveBriefing() const { return m_liveBriefing.has_value(); }
+    // Closing the briefing or overview sheet forgets what it showed.
+    Q_INVOKABLE void clearLiveBriefing();
+    Q_INVOKABLE void clearMarketOverview();
+    const std::optional<MarketOverview> &marketOverview() const { return m_marketOverview; }
+    bool hasMarketOverview() const { return m_marketOverview.has_value(); }
+    const std::optional<CalendarEvent> &selectedCalendarEvent() const { return m_selectedCalendarEvent; }
+    void setSelectedCalendarEvent(const std::optional<CalendarEvent> &event);
+    QString selectedPair() const { return m_selectedPair; }
+    void setSelectedPair(const QString &pair);
 
     const std::optional<NewsItem> &selectedNews() const { return m_selectedNews; }
     void setSelectedNews(const std::optional<NewsItem> &item);
@@ -109,6 +137,8 @@ public:
     // Deliveries from the services (always on the GUI thread).
     void onNewsItem(const NewsItem &item);
     void onNewsCycle(const QDateTime &startedAt, bool healthy);
+    void onPrices(const QMap<QString, PriceData> &prices);
+    void onCalendar(const QList<CalendarEvent> &events);
 
     void updateSessions();
     void refreshScanner();
@@ -140,6 +170,11 @@ signals:
     void newsUpdated(int row);
     void selectedNewsChanged();
     void aiAvailableChanged();
+    void pricesChanged();
+    void scannerChanged();
+    void liveBriefingChanged();
+    void marketOverviewChanged();
+    void selectedCalendarEventChanged();
     // The start-up sequence has run to its end and the loops are going.
     void started();
 
@@ -147,19 +182,41 @@ private:
     QCoro::Task<> start(std::stop_token stop);
     QCoro::Task<> scannerLoop(std::stop_token stop);
     QCoro::Task<> sessionsLoop(std::stop_token stop);
+    void createServices();
+    void launchLoops(std::stop_token stop);
+    QCoro::Task<> probeModel();
+    QCoro::Task<> scoreNews(NewsItem item);
+    QCoro::Task<> analyseInDepth(NewsItem item);
+    QCoro::Task<> produceBriefing();
+    QCoro::Task<> produceOverview();
+    void applyScore(const QString &id, NewsAnalysis analysis);
+    void removeNews(const QString &id);
     void replaceNews(QList<NewsItem> items);
+    void setBusy(bool &flag, bool busy, void (AppState::*changed)());
 
     Clock &m_clock;
+    // Coroutines and service callbacks hold this weakly; it dies first in the
+    // destructor, before the services whose teardown may resume them.
+    std::shared_ptr<void> m_lifetime = std::make_shared<char>();
     SoundPlayer m_playSound;
     QString m_endpointsFile;
     Config m_config;
     Endpoints m_endpoints;
     std::shared_ptr<DatabaseService> m_db;
+    std::unique_ptr<ClaudeService> m_claude;
+    std::unique_ptr<NewsService> m_newsService;
+    std::unique_ptr<PriceService> m_priceService;
+    std::unique_ptr<CalendarService> m_calendarService;
+    std::unique_ptr<ScannerService> m_scannerService;
     std::stop_source m_loops{std::nostopstate};
 
     QString m_status;
     QList<NewsItem> m_news;
+    QMap<QString, PriceData> m_prices;
     QList<CalendarEvent> m_calendar;
+    std::optional<CalendarEvent> m_selectedCalendarEvent;
+    std::optional<LiveBriefing> m_liveBriefing;
+    std::optional<MarketOverview> m_marketOverview;
     ScannerResult m_scanner;
     bool m_isRunning = false;
     QString m_aiModel;
