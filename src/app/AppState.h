@@ -49,6 +49,7 @@ class AppState : public QObject
     Q_PROPERTY(bool isLoadingOverview MEMBER m_isLoadingOverview NOTIFY isLoadingOverviewChanged)
     Q_PROPERTY(QString selectedPair READ selectedPair WRITE setSelectedPair NOTIFY selectedPairChanged)
     Q_PROPERTY(bool aiAvailable READ aiAvailable NOTIFY aiAvailableChanged)
+    Q_PROPERTY(bool isDemo READ isDemo CONSTANT)
     Q_PROPERTY(bool hasLiveBriefing READ hasLiveBriefing NOTIFY liveBriefingChanged)
     Q_PROPERTY(bool hasMarketOverview READ hasMarketOverview NOTIFY marketOverviewChanged)
     Q_PROPERTY(QString selectedNewsId READ selectedNewsId NOTIFY selectedNewsChanged)
@@ -73,6 +74,10 @@ public:
     void setEndpoints(const Endpoints &endpoints) { m_endpoints = endpoints; }
     // Where alert sounds go; playAlertSound unless replaced.
     void setSoundPlayer(SoundPlayer player) { m_playSound = std::move(player); }
+
+    // Simulated markets and analyses; the top bar says so. Set before the window loads.
+    void setDemo(bool demo) { m_isDemo = demo; }
+    bool isDemo() const { return m_isDemo; }
 
     Q_INVOKABLE void startIfNeeded();
     Q_INVOKABLE void stop();
@@ -219,6 +224,7 @@ private:
     std::optional<MarketOverview> m_marketOverview;
     ScannerResult m_scanner;
     bool m_isRunning = false;
+    bool m_isDemo = false;
     QString m_aiModel;
     QStringList m_sessions;
     QString m_sessionOverlap;

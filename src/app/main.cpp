@@ -45,6 +45,7 @@ int main(int argc, char *argv[])
             return 1;
         }
         state.setEndpoints(demo.endpoints());
+        state.setDemo(true);
     } else {
         state.setEndpointsFile(parser.isSet(endpointsOption) ? parser.value(endpointsOption)
                                                              : qEnvironmentVariable("KALVO_ENDPOINTS"));
