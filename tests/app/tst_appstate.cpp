@@ -1,3 +1,5 @@
+#include "ScriptedBackend.h"
+#include "MarketSimulator.h"
 #include "app/AppState.h"
 #include "core/Clock.h"
 #include "storage/DatabaseService.h"
@@ -51,6 +53,7 @@ struct Arrival
 } // namespace
 
 Q_DECLARE_METATYPE(QList<Arrival>)
+Q_DECLARE_METATYPE(test::ScriptedBackend::Step)
 
 class TestAppState : public QObject
 {
@@ -58,16 +61,37 @@ class TestAppState : public QObject
 
     QTemporaryDir m_dataDir;
 
+    // The state against a scripted AI backend on loopback and, when asked
+    // for, the market simulator (its time is the test clock); without it
+    // every market source is a closed port.
     struct Harness
     {
         ManualClock clock{wednesdayNoon};
+        sim::MarketSimulator markets{{.seed = 7, .newsPerMinute = 4, .now = [this] { return clock.now(); }}};
+        test::ScriptedBackend backend;
         AppState state{clock};
         QStringList sounds;
         QStringList statuses;
-        Harness()
+        explicit Harness(bool withMarkets = false)
         {
+            const QString base = withMarkets && markets.start() ? markets.baseUrl().toString() : u"http://127.0.0.1:9"_s;
+            const QString endpoints = uR"({"base":"%1","backend":"%2"})"_s.arg(base, backend.base().toString());
+            state.setEndpoints(Endpoints::fromJson(endpoints.toUtf8(), nullptr));
             state.setSoundPlayer([this](const QString &name) { sounds << name; });
             QObject::connect(&state, &AppState::statusChanged, &state, [this] { statuses << state.status(); });
+        }
+        // Start-up with a model that answers the probe and scoring switched on.
+        bool startWithModel(double alertMinScore = 7)
+        {
+            backend.script(test::ScriptedBackend::modelPath, {test::ScriptedBackend::modelText(u"pong"_s)});
+            Config config;
+            config.claudeApiKey = u"key"_s;
+            config.alertMinScore = alertMinScore;
+            return !ConfigFiles::save(config) && startAndWait();
+        }
+        void scriptModel(const QList<test::ScriptedBackend::Step> &steps)
+        {
+            backend.script(test::ScriptedBackend::modelPath, steps);
         }
         bool startAndWait()
         {
@@ -94,6 +118,7 @@ private slots:
     {
         QDir(dataDir()).removeRecursively();
         qputenv("KALVO_DATA_DIR", dataDir().toUtf8());
+        qputenv("KALVO_BACKEND_TOKEN", "test-token");
     }
 
     void arrivingHeadlines_data()
@@ -285,6 +310,209 @@ private slots:
         QCOMPARE(h.state.newsLastCheckedAt(), wednesdayNoon);
         QVERIFY(h.state.newsFetchHealthy());
         QCOMPARE(changed.count(), 1);
+    }
+
+    void startProbesTheModel_data()
+    {
+        QTest::addColumn<QList<test::ScriptedBackend::Step>>("probeReplies");
+        QTest::addColumn<QString>("status");
+        QTest::addColumn<QString>("model");
+        using B = test::ScriptedBackend;
+        QTest::newRow("first model answers") << QList<B::Step>{B::modelText(u"pong"_s)}
+                                             << u"✓ Claude bereit (sonnet-4-5)"_s << u"claude-sonnet-4-5"_s;
+        QTest::newRow("third model answers")
+            << QList<B::Step>{B::failure(), B::failure(), B::modelText(u"pong"_s)}
+            << u"✓ Claude bereit (3-5-haiku1022)"_s << u"claude-3-5-haiku-20241022"_s;
+        QTest::newRow("none answers") << QList<B::Step>{} << u"⚠ AI-Backend nicht erreichbar"_s << QString();
+    }
+    void startProbesTheModel()
+    {
+        QFETCH(QList<test::ScriptedBackend::Step>, probeReplies);
+        Harness h;
+        h.scriptModel(probeReplies);
+        QVERIFY(h.startAndWait());
+        QTEST(h.state.status(), "status");
+        QTEST(h.state.aiModel(), "model");
+        QVERIFY(h.state.aiAvailable()); // the client exists either way
+    }
+
+    void scoringOfArrivingHeadlines_data()
+    {
+        QTest::addColumn<test::ScriptedBackend::Step>("reply");
+        QTest::addColumn<double>("storedScore"); // 0: the item left the list
+        QTest::addColumn<QString>("status");
+        using B = test::ScriptedBackend;
+        const auto scored = [](double score, const QString &headline) {
+            return B::modelText(uR"({"relevant":true,"score":%1,"headline":"%2","urgency":"now"})"_s.arg(score).arg(headline));
+        };
+        const QString ready = u"✓ Claude bereit (sonnet-4-5)"_s;
+        QTest::newRow("score above ten is clamped, alert")
+            << scored(12, u"Fed signals pause"_s) << 10.0 << u"⚡ [10/10] InvestingLive: Fed signals pause"_s;
+        QTest::newRow("fraction is cut in the alert") << scored(8.9, u"EZB"_s) << 8.9 << u"⚡ [8/10] InvestingLive: EZB"_s;
+        QTest::newRow("empty headline falls back to the title, first 70 characters")
+            << scored(7, QString()) << 7.0 << u"⚡ [7/10] InvestingLive: "_s + QString(70, u'T');
+        QTest::newRow("below the alert score: no status") << scored(6.9, u"x"_s) << 6.9 << ready;
+        QTest::newRow("score zero is clamped to one") << scored(0, u"x"_s) << 1.0 << ready;
+        QTest::newRow("irrelevant leaves the list") << B::modelText(uR"({"relevant":false})"_s) << 0.0 << ready;
+        QTest::newRow("failed scoring leaves the list") << B::failure() << 0.0 << ready;
+        QTest::newRow("reply without JSON leaves the list") << B::modelText(u"Sorry."_s) << 0.0 << ready;
+    }
+    void scoringOfArrivingHeadlines()
+    {
+        QFETCH(test::ScriptedBackend::Step, reply);
+        QFETCH(double, storedScore);
+        Harness h;
+        QVERIFY(h.startWithModel());
+        h.scriptModel({reply});
+        NewsItem item = headline(u"A"_s, 0, 3);
+        item.title = QString(90, u'T');
+        QSignalSpy settled(&h.state, storedScore > 0 ? &AppState::newsUpdated : &AppState::newsRemoved);
+        h.state.onNewsItem(item);
+        QCOMPARE(h.state.newsCount(), 1); // listed at once, scored later
+        QVERIFY(settled.wait(5000));
+        QTEST(h.state.status(), "status");
+        if (storedScore == 0) {
+            QCOMPARE(h.state.newsCount(), 0);
+            return;
+        }
+        QCOMPARE(h.state.news().first().score, storedScore);
+        QCOMPARE(h.state.news().first().analysis->score, storedScore);
+    }
+
+    void scoresReachTheDatabase()
+    {
+        Harness h;
+        QVERIFY(h.startWithModel());
+        h.scriptModel({test::ScriptedBackend::modelText(uR"({"relevant":true,"score":11,"headline":"H"})"_s)});
+        const NewsItem item = headline(u"S"_s, 0, 3);
+        h.state.database()->insert(item).waitForFinished(); // as the news service does before handing it over
+        QSignalSpy updated(&h.state, &AppState::newsUpdated);
+        h.state.onNewsItem(item);
+        QVERIFY(updated.wait(5000));
+        QList<NewsItem> rows;
+        QTRY_VERIFY((rows = h.state.database()->loadRecent(10).result()).size() == 1 && rows.first().analysis);
+        QCOMPARE(rows.first().score, 10.0);
+        QCOMPARE(rows.first().analysis->headline, u"H"_s);
+    }
+
+    void withoutAKeyNothingIsScored()
+    {
+        Harness h;
+        h.scriptModel({test::ScriptedBackend::modelText(u"pong"_s)});
+        QVERIFY(h.startAndWait());
+        h.state.onNewsItem(headline(u"A"_s, 0));
+        QTest::qWait(100);
+        QCOMPARE(h.state.newsCount(), 1);
+        QCOMPARE(h.backend.bodies(test::ScriptedBackend::modelPath).size(), 1); // the probe only
+        QCOMPARE(h.sounds, QStringList{u"Ping"_s});
+    }
+
+    void deepAnalysisKeepsTheQuickVerdict()
+    {
+        Harness h;
+        QVERIFY(h.startWithModel());
+        h.scriptModel({test::ScriptedBackend::modelText(
+            uR"({"relevant":true,"score":6,"headline":"Quick","pairs":{"EUR/USD":"bearish"}})"_s)});
+        h.state.onNewsItem(headline(u"A"_s, 0));
+        QSignalSpy updated(&h.state, &AppState::newsUpdated);
+        QVERIFY(updated.wait(5000));
+
+        h.scriptModel({test::ScriptedBackend::modelText(
+            uR"({"summary":"Lang","score":9,"macro":"Makro","risks":["R1"],"watch_next":"CPI"})"_s)});
+        h.state.setProperty("isAnalyzingDetail", true); // as the view does
+        h.state.runDetailAnalysis(u"A"_s);
+        QTRY_VERIFY(!h.state.property("isAnalyzingDetail").toBool());
+        const NewsAnalysis &analysis = *h.state.news().first().analysis;
+        QCOMPARE(analysis.headline, u"Quick"_s);
+        QCOMPARE(analysis.score, 6.0);
+        QCOMPARE(analysis.pairs.value(u"EUR/USD"_s), u"bearish"_s);
+        QCOMPARE(analysis.summary, u"Lang"_s);
+        QCOMPARE(analysis.risks, QStringList{u"R1"_s});
+        QCOMPARE(h.state.selectedNewsId(), u"A"_s);
+        QCOMPARE(h.state.status(), u"✓ Detail-Analyse: Headline A"_s);
+    }
+
+    void busyFlagsFallAfterEveryOutcome_data()
+    {
+        QTest::addColumn<QByteArray>("flag");
+        QTest::addColumn<QList<test::ScriptedBackend::Step>>("modelReplies");
+        QTest::addColumn<QList<test::ScriptedBackend::Step>>("speechReplies");
+        QTest::addColumn<QString>("status");
+        using B = test::ScriptedBackend;
+        const B::Step briefing = B::modelText(uR"({"title":"T","briefing_text":"Heute ruhig.","key_points":["a"]})"_s);
+        const B::Step audio = B::envelope({{"ok", true}, {"audioBase64", QString::fromLatin1(QByteArray("ID3").toBase64())}});
+        QTest::newRow("briefing with audio") << QByteArray("isLoadingBriefing") << QList<B::Step>{briefing}
+                                             << QList<B::Step>{audio}
+                                             << u"✓ Live-Briefing bereit — drücke Play zum Abspielen"_s;
+        QTest::newRow("briefing, speech fails") << QByteArray("isLoadingBriefing") << QList<B::Step>{briefing}
+                                                << QList<B::Step>{B::failure()} << u"✓ Live-Briefing bereit (kein Audio)"_s;
+        QTest::newRow("briefing fails") << QByteArray("isLoadingBriefing") << QList<B::Step>{B::raw(200, "<html>")}
+                                        << QList<B::Step>{} << u"⚠ Live-Briefing fehlgeschlagen"_s;
+        QTest::newRow("overview") << QByteArray("isLoadingOverview")
+                                  << QList<B::Step>{B::modelText(uR"({"sentiment":"risk-on","themes":["Fed"]})"_s)}
+                                  << QList<B::Step>{} << u"✓ Marktübersicht geladen"_s;
+        QTest::newRow("overview fails") << QByteArray("isLoadingOverview") << QList<B::Step>{B::failure()}
+                                        << QList<B::Step>{} << u"⚠ Marktübersicht fehlgeschlagen"_s;
+    }
+    void busyFlagsFallAfterEveryOutcome()
+    {
+        QFETCH(QByteArray, flag);
+        QFETCH(QList<test::ScriptedBackend::Step>, modelReplies);
+        QFETCH(QList<test::ScriptedBackend::Step>, speechReplies);
+        Harness h;
+        h.state.onNewsItem(headline(u"A"_s, 0)); // so the briefing is asked for, not the fixed text
+        QVERIFY(h.startWithModel());
+        h.scriptModel(modelReplies);
+        h.backend.script(test::ScriptedBackend::speechPath, speechReplies);
+        h.state.setProperty(flag.constData(), true);
+        if (flag == "isLoadingBriefing")
+            h.state.loadLiveBriefing();
+        else
+            h.state.loadMarketOverview();
+        QTRY_VERIFY(!h.state.property(flag.constData()).toBool());
+        QTEST(h.state.status(), "status");
+        const bool succeeded = !h.state.status().startsWith(u'⚠');
+        QCOMPARE(flag == "isLoadingBriefing" ? h.state.hasLiveBriefing() : h.state.hasMarketOverview(), succeeded);
+    }
+
+    void loopsDeliverFromTheMarkets()
+    {
+        Harness h(true);
+        QSignalSpy prices(&h.state, &AppState::pricesChanged);
+        QVERIFY(h.startAndWait());
+        QTRY_VERIFY_WITH_TIMEOUT(h.state.newsCount() > 0, 10000);
+        QTRY_VERIFY_WITH_TIMEOUT(h.state.newsLastCheckedAt().isValid(), 10000);
+        QCOMPARE(h.state.newsLastCheckedAt(), wednesdayNoon);
+        QVERIFY(h.state.newsFetchHealthy());
+        QTRY_VERIFY_WITH_TIMEOUT(h.state.calendarLoadedOnce(), 10000);
+        QVERIFY(!h.state.calendar().isEmpty());
+        QTRY_VERIFY_WITH_TIMEOUT(prices.count() > 0, 10000);
+        for (const QString &pair : h.state.config().marketPairs)
+            QVERIFY2(h.state.prices().value(pair).price > 0, qPrintable(pair));
+
+        // The scanner's first run comes ten seconds after the loops started.
+        QSignalSpy scanned(&h.state, &AppState::scannerChanged);
+        h.clock.advance(9s);
+        QCOMPARE(scanned.count(), 0);
+        h.clock.advance(1s);
+        QCOMPARE(scanned.count(), 1);
+        QVERIFY(!h.state.scanner().currencyStrength.isEmpty());
+    }
+
+    void pricesMissingFromADeliveryKeepTheirQuote()
+    {
+        Harness h;
+        PriceData eur;
+        eur.pair = u"EUR/USD"_s;
+        eur.price = 1.08;
+        PriceData gbp = eur;
+        gbp.pair = u"GBP/USD"_s;
+        gbp.price = 1.27;
+        h.state.onPrices({{eur.pair, eur}, {gbp.pair, gbp}});
+        eur.price = 1.09;
+        h.state.onPrices({{eur.pair, eur}});
+        QCOMPARE(h.state.prices().value(u"EUR/USD"_s).price, 1.09);
+        QCOMPARE(h.state.prices().value(u"GBP/USD"_s).price, 1.27);
     }
 
     void shortModelName()
