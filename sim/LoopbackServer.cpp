@@ -148,7 +148,42 @@ void LoopbackServer::answer(QPointer<QTcpSocket> socket, const RecordedRequest &
     case Fault::Kind::Garbage:
         write(socket, {200, (*route)(request).contentType, QByteArray("\x00\xff\xfe<<\x01garbage\x80", 16)});
         return;
+    case Fault::Kind::InvalidJson:
+        write(socket, {200, "application/json", R"({"error":null,"result":[{"value":1.0850,},)"});
+        return;
+    case Fault::Kind::EmptyArray:
+        write(socket, {200, "application/json", "[]"});
+        return;
+    case Fault::Kind::Trickle:
+        trickle(socket, (*route)(request), fault->delayMs);
+        return;
     }
+}
+
+QByteArray LoopbackServer::serialized(const HttpReply &reply)
+{
+    return "HTTP/1.1 " + QByteArray::number(reply.status) + ' ' + reasonPhrase(reply.status) + "\r\n"
+         + "Content-Type: " + reply.contentType + "\r\n" + "Content-Length: " + QByteArray::number(reply.body.size())
+         + "\r\n\r\n" + reply.body;
+}
+
+// The head at once, then the body byte by byte: the connection never goes
+// quiet for long, so only a limit on the whole request can end it early.
+void LoopbackServer::trickle(QPointer<QTcpSocket> socket, const HttpReply &reply, int intervalMs)
+{
+    if (!socket || socket->state() != QAbstractSocket::ConnectedState)
+        return;
+    const QByteArray whole = serialized(reply);
+    socket->write(whole.chopped(reply.body.size()));
+    auto *timer = new QTimer(socket);
+    connect(timer, &QTimer::timeout, socket, [socket, timer, bytes = reply.body, sent = qsizetype(0)]() mutable {
+        if (socket->state() != QAbstractSocket::ConnectedState || sent >= bytes.size()) {
+            timer->deleteLater();
+            return;
+        }
+        socket->write(bytes.mid(sent++, 1));
+    });
+    timer->start(std::max(intervalMs, 1));
 }
 
 void LoopbackServer::write(QTcpSocket *socket, const HttpReply &reply)

@@ -42,6 +42,9 @@ struct Fault
         Truncate, // answer with the first half of the body only
         Empty,    // answer 200 with an empty body
         Garbage,  // answer 200 with bytes that are no document at all
+        InvalidJson, // answer 200 with JSON that breaks off in a syntax error
+        EmptyArray,  // answer 200 with the JSON document []
+        Trickle,     // send the head, then the body one byte every `delayMs`
     };
     Kind kind = Kind::Status;
     int status = 500;
@@ -88,6 +91,8 @@ private:
     const Route *findRoute(const QString &path) const;
     const Fault *findFault(const RecordedRequest &request) const;
     static void write(QTcpSocket *socket, const HttpReply &reply);
+    static QByteArray serialized(const HttpReply &reply);
+    void trickle(QPointer<QTcpSocket> socket, const HttpReply &reply, int intervalMs);
 
     QMap<QString, Route> m_routes;
     QMap<QString, Route> m_prefixRoutes;

@@ -80,6 +80,12 @@ QList<CalendarEvent> CalendarService::upcoming() const
     return calendar::upcomingEvents(m_events, m_clock.now());
 }
 
+void CalendarService::deliver(const QList<CalendarEvent> &events) const
+{
+    if (m_onCalendar)
+        m_onCalendar(events);
+}
+
 void CalendarService::log(const QString &message) const
 {
     const QString stamp = m_clock.now().toLocalTime().toString(u"HH:mm:ss"_s);
@@ -124,23 +130,24 @@ QCoro::Task<bool> CalendarService::fetchCycle()
 
     if (delivered == 0 || raw.isEmpty()) {
         log(u"⚠ Keine Quelle lieferte Daten, nutze bestehenden Stand (%1 Events)"_s.arg(m_events.size()));
-        m_onCalendar(upcoming());
+        deliver(upcoming());
         co_return false;
     }
 
-    QList<CalendarEvent> parsed = co_await QtConcurrent::run(calendar::parseEvents, raw);
+    QFuture<QList<CalendarEvent>> parsing = QtConcurrent::run(calendar::parseEvents, raw);
+    QList<CalendarEvent> parsed = co_await parsing;
     if (!self)
         co_return false;
     if (parsed.isEmpty()) {
         log(u"⚠ Verarbeitung ergab 0 Events, nutze bestehenden Stand (%1 Events)"_s.arg(m_events.size()));
-        m_onCalendar(upcoming());
+        deliver(upcoming());
         co_return false;
     }
 
     m_events = std::move(parsed);
     const QList<CalendarEvent> next = upcoming();
     log(u"✓ Fetch erfolgreich: gespeichert=%1, upcoming(48h)=%2"_s.arg(m_events.size()).arg(next.size()));
-    m_onCalendar(next);
+    deliver(next);
     co_return true;
 }
 
@@ -172,7 +179,8 @@ QCoro::Task<std::optional<QList<QJsonObject>>> CalendarService::fetchSource(cons
         get.url = parsedUrl;
         get.timeout = m_requestTimeout;
         get.headers = calendarHeaders;
-        const HttpResponse response = co_await m_http.get(get);
+        QFuture<HttpResponse> fetching = m_http.get(get);
+        const HttpResponse response = co_await fetching;
         if (!self)
             co_return std::nullopt;
 
@@ -188,8 +196,8 @@ QCoro::Task<std::optional<QList<QJsonObject>>> CalendarService::fetchSource(cons
                 registerFailure(url, response.status, false);
             continue;
         }
-        const std::optional<QList<QJsonObject>> entries =
-            co_await QtConcurrent::run(calendar::fileEntries, response.body);
+        QFuture<std::optional<QList<QJsonObject>>> reading = QtConcurrent::run(calendar::fileEntries, response.body);
+        const std::optional<QList<QJsonObject>> entries = co_await reading;
         if (!self)
             co_return std::nullopt;
         if (!entries) {

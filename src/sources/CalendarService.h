@@ -62,6 +62,7 @@ private:
     QCoro::Task<bool> fetchCycle();
     QCoro::Task<std::optional<QList<QJsonObject>>> fetchSource(const QString &url);
     void registerFailure(const QString &url, int status, bool network);
+    void deliver(const QList<CalendarEvent> &events) const;
     void log(const QString &message) const;
 
     Config m_config;

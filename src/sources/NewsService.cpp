@@ -7,7 +7,6 @@
 #include <QCoroFuture>
 #include <QPointer>
 #include <QUuid>
-#include <QtConcurrent/QtConcurrentRun>
 
 #include <vector>
 
@@ -115,16 +114,18 @@ QCoro::Task<bool> NewsService::fetchFeed(int feedIndex)
     if (url.isEmpty() || !url.isValid())
         co_return false;
 
-    QFuture<HttpResponse> fetching = m_http.get({url, m_requestTimeout, {{"User-Agent", userAgent.toByteArray()}}});
-    const HttpResponse response = co_await fetching;
-    if (!self)
-        co_return false;
-    if (!response.answered || response.status < 200 || response.status > 299)
-        co_return false;
-
+    // The answer is read on the network thread and digested on Qt's pool; the
+    // GUI thread wakes once per feed, for what is left to store. The age
+    // limit is taken from when the request went out, which differs from the
+    // answer's time by at most the request's own time limit.
     const DigestRules rules{m_clock.now(), m_config.newsMaxAgeHours, feed.priority};
-    QFuture<FeedDigest> digesting = QtConcurrent::run(
-        [body = response.body, rules, known = m_seenHashes.members()] { return digestFeed(body, rules, known); });
+    QFuture<FeedDigest> digesting =
+        m_http.get({url, m_requestTimeout, {{"User-Agent", userAgent.toByteArray()}}})
+            .then(QtFuture::Launch::Async, [rules, known = m_seenHashes.members()](const HttpResponse &response) {
+                if (!response.answered || response.status < 200 || response.status > 299)
+                    return FeedDigest{};
+                return digestFeed(response.body, rules, known);
+            });
     const FeedDigest digest = co_await digesting;
     if (!self)
         co_return false;

@@ -29,8 +29,9 @@ struct NewsCandidate;
 // is fetched at most every ten seconds; all feeds due in a cycle are fetched
 // at once, and a two-second pause separates cycles. Known items are recognised
 // by the MD5 of title and link, in memory and in the database. Lives on the
-// GUI thread and calls back there; parsing, hashing and scoring run on Qt's
-// thread pool. Logs nothing; failed feeds only show in the cycle's health.
+// GUI thread and calls back there; the requests run on its network thread
+// (MarketHttp), parsing, hashing and scoring on Qt's thread pool. Logs
+// nothing; failed feeds only show in the cycle's health.
 class NewsService : public QObject
 {
     Q_OBJECT
@@ -58,7 +59,8 @@ public:
     // (or none failed). Both are called on the GUI thread. Call once.
     QCoro::Task<> run(ItemCallback onItem, CycleCallback onCycle = {});
 
-    // Time-out of one feed request without progress; tests shorten it.
+    // Time-out of one feed request without progress (three of them end any
+    // request); tests shorten it.
     void setRequestTimeout(std::chrono::milliseconds timeout) { m_requestTimeout = timeout; }
 
 private:

@@ -106,7 +106,8 @@ QCoro::Task<> PriceService::fetchAll()
         missing = missingFrom(instruments, result);
     }
     if (!missing.isEmpty()) {
-        const UsdRates rates = co_await fetchFrankfurterRates();
+        QFuture<UsdRates> fetching = fetchFrankfurterRates();
+        const UsdRates rates = co_await fetching;
         if (!self)
             co_return;
         priceFromRates(missing, rates, result);
@@ -181,7 +182,8 @@ QCoro::Task<UsdRates> PriceService::fetchCDNRates()
     QPointer<PriceService> self(this);
     const QStringList urls = m_cdnURLs;
     for (qsizetype i = 0; i < urls.size(); ++i) {
-        const UsdRates rates = co_await fetchRatesFile(urls[i]);
+        QFuture<UsdRates> fetching = fetchRatesFile(urls[i]);
+        const UsdRates rates = co_await fetching;
         if (!self)
             co_return UsdRates{};
         if (!rates.isEmpty())

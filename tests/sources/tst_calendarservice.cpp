@@ -10,9 +10,11 @@
 #include <QJsonArray>
 #include <QRegularExpression>
 #include <QTcpServer>
+#include <QTemporaryFile>
 #include <QTimer>
 
 #include <ctime>
+#include <unistd.h>
 #include <memory>
 #include <optional>
 
@@ -71,6 +73,7 @@ struct HarnessOptions
     sim::LoopbackServer *scripted = nullptr;
     bool thisWeekUnreachable = false;
     bool nextWeekUnreachable = false;
+    bool standardOutput = false; // leave the log where the service writes it
 };
 
 class Harness
@@ -102,7 +105,8 @@ public:
         nextWeek = endpoints.url(u"calendar.next_week"_s);
         service = std::make_unique<CalendarService>(Config{}, endpoints, clock);
         service->setRequestTimeout(150ms);
-        service->setLogSink([this](const QString &line) { lines << line; });
+        if (!options.standardOutput)
+            service->setLogSink([this](const QString &line) { lines << line; });
     }
 
     void start()
@@ -194,6 +198,37 @@ QStringList givenUp(const QString &source, const QString &firstCooldown)
     return lines;
 }
 
+// Sends file descriptor 1 into a temporary file until take(), so that what the
+// service prints can be read back byte for byte.
+class StandardOutputCapture
+{
+public:
+    StandardOutputCapture()
+    {
+        m_file.open();
+        std::fflush(stdout);
+        m_saved = dup(STDOUT_FILENO);
+        dup2(m_file.handle(), STDOUT_FILENO);
+    }
+    ~StandardOutputCapture() { take(); }
+
+    QByteArray take()
+    {
+        if (m_saved < 0)
+            return {};
+        std::fflush(stdout);
+        dup2(m_saved, STDOUT_FILENO);
+        close(m_saved);
+        m_saved = -1;
+        m_file.seek(0);
+        return m_file.readAll();
+    }
+
+private:
+    QTemporaryFile m_file;
+    int m_saved = -1;
+};
+
 struct FaultAt
 {
     QString path;
@@ -270,6 +305,15 @@ private slots:
         QTest::newRow("empty body")
             << QList<FaultAt>{{thisWeekPath, kind(sim::Fault::Kind::Empty)}} << QList<BodyOf>{} << nextWeekOnly
             << thisFails(u"lieferte leere/ungueltige JSON"_s, QString());
+        QTest::newRow("invalid JSON")
+            << QList<FaultAt>{{thisWeekPath, kind(sim::Fault::Kind::InvalidJson)}} << QList<BodyOf>{} << nextWeekOnly
+            << thisFails(u"lieferte leere/ungueltige JSON"_s, QString());
+        QTest::newRow("empty array from the server")
+            << QList<FaultAt>{{thisWeekPath, kind(sim::Fault::Kind::EmptyArray)}} << QList<BodyOf>{} << nextWeekOnly
+            << thisFails(u"lieferte leere/ungueltige JSON"_s, QString());
+        QTest::newRow("dripping past its time limit")
+            << QList<FaultAt>{{thisWeekPath, {sim::Fault::Kind::Trickle, 0, 20}}} << QList<BodyOf>{} << nextWeekOnly
+            << thisFails(u"fehlgeschlagen (Netzwerk)"_s, QString());
         QTest::newRow("empty array")
             << QList<FaultAt>{} << QList<BodyOf>{{Week::This, Body::EmptyArray}} << nextWeekOnly
             << thisFails(u"lieferte leere/ungueltige JSON"_s, QString());
@@ -328,6 +372,41 @@ private slots:
             QCOMPARE(harness.deliveries[0].isEmpty(), !sources.contains(u"this"_s));
         } else {
             QVERIFY(harness.deliveries[0].isEmpty());
+        }
+    }
+
+    // Without a sink of its own the service prints its log, UTF-8, one line
+    // per message, stamped with the local time.
+    void logGoesToStandardOutput()
+    {
+        Harness::Options options;
+        options.standardOutput = true;
+        Harness harness(options);
+        QByteArray printed;
+        {
+            StandardOutputCapture capture;
+            harness.start();
+            const bool paused = waitUntil([&] { return !harness.deliveries.isEmpty() && harness.clock.pendingSleepers() == 1; });
+            printed = capture.take();
+            QVERIFY(paused);
+        }
+        QVERIFY(printed.endsWith('\n'));
+        const QList<QByteArray> lines = printed.chopped(1).split('\n');
+        const QString thisWeek = QRegularExpression::escape(harness.thisWeek);
+        const QString nextWeek = QRegularExpression::escape(harness.nextWeek);
+        const QStringList expected{
+            u"→ Calendar loop gestartet"_s,
+            u"→ Fetch gestartet"_s,
+            u"Source "_s + thisWeek + u" Versuch 1 ok: \\d+ Events"_s,
+            u"Source "_s + nextWeek + u" Versuch 1 ok: \\d+ Events"_s,
+            u"Quellen erfolgreich: 2/2, Raw-Events: \\d+"_s,
+            u"✓ Fetch erfolgreich: gespeichert=\\d+, upcoming\\(48h\\)=%1"_s.arg(harness.deliveries[0].size()),
+            u"Nächster Fetch in 1800s \\(success=true\\)"_s,
+        };
+        QCOMPARE(lines.size(), expected.size());
+        for (qsizetype i = 0; i < lines.size(); ++i) {
+            const QRegularExpression line(u"^\\[12:00:00\\] \\[Calendar\\] "_s + expected[i] + u'$');
+            QVERIFY2(line.match(QString::fromUtf8(lines[i])).hasMatch(), lines[i].constData());
         }
     }
 

@@ -386,6 +386,9 @@ private slots:
         QTest::newRow("all answer empty bodies") << int(sim::Fault::Kind::Empty) << 0 << false << false;
         QTest::newRow("all answer garbage") << int(sim::Fault::Kind::Garbage) << 0 << false << false;
         QTest::newRow("all but one answer garbage") << int(sim::Fault::Kind::Garbage) << 0 << true << true;
+        // Entries finished before the cut count as delivered.
+        QTest::newRow("all cut off mid-document") << int(sim::Fault::Kind::Truncate) << 0 << false << true;
+        QTest::newRow("all answer JSON") << int(sim::Fault::Kind::InvalidJson) << 0 << false << false;
     }
     void healthOfACycle()
     {
@@ -407,13 +410,15 @@ private slots:
     }
 
     // The time-out is cut to 400 ms here; with the 8-second default the wait
-    // for the cycle would give up first.
+    // for the cycle would give up first. A feed that keeps dripping bytes is
+    // cut off after three time-outs in all.
     void slowFeeds_data()
     {
         QTest::addColumn<int>("faultKind");
         QTest::addColumn<bool>("delivered");
         QTest::newRow("hanging feed") << int(sim::Fault::Kind::Hang) << false;
         QTest::newRow("slower than the others, within the time-out") << int(sim::Fault::Kind::Delay) << true;
+        QTest::newRow("dripping feed, never quiet for long") << int(sim::Fault::Kind::Trickle) << false;
     }
     void slowFeeds()
     {

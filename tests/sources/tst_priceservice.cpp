@@ -206,6 +206,25 @@ private slots:
         QTest::newRow("CDN empty: mirror")
             << three << chartsFail(three) + QList<FaultAt>{{cdnPath, kind(sim::Fault::Kind::Empty)}} << allFromMirror
             << QStringList{frankfurterPath};
+        QTest::newRow("CDN invalid JSON: mirror")
+            << three << chartsFail(three) + QList<FaultAt>{{cdnPath, kind(sim::Fault::Kind::InvalidJson)}}
+            << allFromMirror << QStringList{frankfurterPath};
+        QTest::newRow("CDN empty array: mirror")
+            << three << chartsFail(three) + QList<FaultAt>{{cdnPath, kind(sim::Fault::Kind::EmptyArray)}}
+            << allFromMirror << QStringList{frankfurterPath};
+        QTest::newRow("CDN hangs past its time-out: mirror")
+            << three << chartsFail(three) + QList<FaultAt>{{cdnPath, kind(sim::Fault::Kind::Hang)}} << allFromMirror
+            << QStringList{frankfurterPath};
+        QTest::newRow("chart invalid JSON and empty array: rates file")
+            << QStringList{u"EUR/USD"_s, u"USD/JPY"_s}
+            << chartsFail({u"EUR/USD"_s}, kind(sim::Fault::Kind::InvalidJson))
+                   + chartsFail({u"USD/JPY"_s}, kind(sim::Fault::Kind::EmptyArray))
+            << Sources{{u"EUR/USD"_s, u"cdn"_s}, {u"USD/JPY"_s, u"cdn"_s}} << QStringList{mirrorPath, frankfurterPath};
+        QTest::newRow("both files answer nonsense: Frankfurter")
+            << three
+            << chartsFail(three)
+                   + QList<FaultAt>{{cdnPath, kind(sim::Fault::Kind::EmptyArray)}, {mirrorPath, kind(sim::Fault::Kind::InvalidJson)}}
+            << Sources{{u"EUR/USD"_s, u"frankfurter"_s}, {u"USD/JPY"_s, u"frankfurter"_s}} << QStringList{};
         QTest::newRow("both files down: Frankfurter, no gold")
             << withIndex << chartsFail(withIndex) + QList<FaultAt>{{cdnPath, status(500)}, {mirrorPath, status(404)}}
             << Sources{{u"EUR/USD"_s, u"frankfurter"_s}, {u"USD/JPY"_s, u"frankfurter"_s}}
@@ -224,6 +243,16 @@ private slots:
         QTest::newRow("nothing anywhere: no delivery")
             << three
             << chartsFail(three) + QList<FaultAt>{{cdnPath, status(500)}, {mirrorPath, status(404)}, {frankfurterPath, status(429)}}
+            << Sources{} << QStringList{};
+        QTest::newRow("Frankfurter invalid JSON: no delivery")
+            << three
+            << chartsFail(three) + QList<FaultAt>{{cdnPath, status(500)}, {mirrorPath, status(404)},
+                                                  {frankfurterPath, kind(sim::Fault::Kind::InvalidJson)}}
+            << Sources{} << QStringList{};
+        QTest::newRow("Frankfurter hangs: no delivery")
+            << three
+            << chartsFail(three) + QList<FaultAt>{{cdnPath, status(500)}, {mirrorPath, status(404)},
+                                                  {frankfurterPath, kind(sim::Fault::Kind::Hang)}}
             << Sources{} << QStringList{};
     }
     void sourcesInOrderOfPreference()
