@@ -5,7 +5,10 @@
 // adding a row to `screens` below.
 
 #include "AppState.h"
+#include "DemoCalendar.h"
 #include "DemoNews.h"
+#include "DemoQuotes.h"
+#include "InstrumentAnalysisRequest.h"
 #include "core/Clock.h"
 #include "core/Endpoints.h"
 
@@ -49,6 +52,17 @@ public:
             m_state.onNewsItem(item);
     }
     void select(const QString &newsId) { m_state.selectNews(newsId); }
+    void setPrices(const QMap<QString, PriceData> &quotes) { m_state.onPrices(quotes); }
+    // Opens the pair sheet, as a tap on the instrument's row does.
+    void openPair(const QString &pair) { m_state.setSelectedPair(pair); }
+    // Shows `analysis` as the open pair sheet's answer, which opens the analysis sheet.
+    void showAnalysis(const InstrumentAnalysis &analysis)
+    {
+        if (auto *request = qobject_cast<InstrumentAnalysisRequest *>(find(u"instrumentAnalysis"_s)))
+            request->deliver(analysis);
+        else
+            std::fprintf(stderr, "kalvo-screens: no open pair sheet\n");
+    }
     void setFilter(const QString &text) { setProperty("newsPanel", "filterText", text); }
     void setDetailHeight(qreal height) { setProperty("centerColumn", "detailHeight", height); }
     void resizeWindow(int width, int height) { m_window.resize(width, height); }
@@ -66,11 +80,27 @@ private:
     QQuickWindow &m_window;
 };
 
+// Opens the sheet of the calendar's event with this id, as a tap on its row does.
+void selectCalendarEvent(Stage &stage, const QString &eventId)
+{
+    for (const CalendarEvent &event : stage.state().calendar()) {
+        if (event.id == eventId)
+            stage.state().setSelectedCalendarEvent(event);
+    }
+}
+
 struct Screen
 {
     const char *name;
     std::function<void(Stage &)> setUp;
+    // The instant the clock stands at; fixedNow unless given.
+    QDateTime at = {};
+    // Started as `kalvo --demo`.
+    bool demo = false;
 };
+
+// Saturday 11:00 UTC: the markets are closed; the quotes are Friday's last.
+const QDateTime saturday(QDate(2025, 3, 8), QTime(11, 0), QTimeZone::utc());
 
 const QList<Screen> screens{
     {"main-empty", [](Stage &) {}},
@@ -92,6 +122,62 @@ const QList<Screen> screens{
          stage.addNews(demoNews(stage.now(), 40));
          stage.setFilter(u"zzz-keine-treffer"_s);
      }},
+    {"demo-mode", [](Stage &stage) { stage.addNews(demoNews(stage.now(), 40)); }, {}, true},
+    {"prices-open",
+     [](Stage &stage) {
+         stage.addNews(demoNews(stage.now(), 40));
+         stage.setPrices(demoQuotes(stage.now().addSecs(-20)));
+     }},
+    {"prices-closed",
+     [](Stage &stage) {
+         stage.addNews(demoNews(stage.now(), 40));
+         stage.setPrices(demoQuotes(QDateTime(QDate(2025, 3, 7), QTime(21, 59), QTimeZone::utc())));
+     },
+     saturday},
+    {"pair-sheet",
+     [](Stage &stage) {
+         stage.addNews(demoNews(stage.now(), 40));
+         stage.setPrices(demoQuotes(stage.now().addSecs(-20)));
+         stage.openPair(u"EUR/USD"_s);
+     }},
+    {"pair-sheet-no-quote-no-news",
+     [](Stage &stage) {
+         stage.setPrices(demoQuotes(stage.now().addSecs(-20)));
+         stage.openPair(u"XAU/USD"_s);
+     }},
+    {"instrument-analysis",
+     [](Stage &stage) {
+         stage.addNews(demoNews(stage.now(), 40));
+         stage.setPrices(demoQuotes(stage.now().addSecs(-20)));
+         // Tall enough for the whole analysis at once.
+         stage.resizeWindow(1400, 1000);
+         stage.openPair(u"EUR/USD"_s);
+         stage.showAnalysis(demoInstrumentAnalysis());
+     }},
+    {"calendar-loading", [](Stage &) {}},
+    {"calendar-empty", [](Stage &stage) { stage.state().onCalendar({}); }},
+    {"calendar-filled", [](Stage &stage) { stage.state().onCalendar(demoCalendar(stage.now())); }},
+    {"calendar-event-released",
+     [](Stage &stage) {
+         stage.state().onCalendar(demoCalendar(stage.now()));
+         selectCalendarEvent(stage, demoCalendarReleasedId(stage.now()));
+     }},
+    {"calendar-event-upcoming",
+     [](Stage &stage) {
+         const QList<CalendarEvent> events = demoCalendar(stage.now());
+         stage.state().onCalendar(events);
+         selectCalendarEvent(stage, events.at(1).id);
+     }},
+    {"scanner-setups",
+     [](Stage &stage) {
+         stage.addNews(demoNews(stage.now(), 40));
+         stage.setPrices(demoQuotes(stage.now().addSecs(-20)));
+         stage.state().onCalendar(demoCalendar(stage.now()));
+         stage.state().refreshScanner();
+         stage.state().setProperty("showScannerPanel", true);
+     }},
+    // Before the first scan: no result yet.
+    {"scanner-no-setups", [](Stage &stage) { stage.state().setProperty("showScannerPanel", true); }},
 };
 
 // Runs until `signal` fires or `ms` pass; true when it fired.
@@ -111,8 +197,9 @@ bool waitFor(Sender *sender, Signal signal, int ms)
 
 bool render(const Screen &screen, const QString &outDir)
 {
-    ManualClock clock(fixedNow);
+    ManualClock clock(screen.at.isValid() ? screen.at : fixedNow);
     AppState state(clock);
+    state.setDemo(screen.demo);
     state.setSoundPlayer([](const QString &) {});
     // Nothing listens there: every service gives up at once, without network.
     state.setEndpoints(Endpoints::fromJson(R"({"base":"http://127.0.0.1:9","backend":"http://127.0.0.1:9/f"})",

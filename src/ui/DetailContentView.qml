@@ -86,7 +86,6 @@ ColumnLayout {
                     objectName: "detailElapsed"
                     text: content.elapsed
                     size: Theme.monoCaption.pixelSize
-                    color: Theme.textSecondary
                 }
             }
 

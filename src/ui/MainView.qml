@@ -38,11 +38,11 @@ Rectangle {
             Layout.fillHeight: true
             spacing: 0
 
-            // The price panel goes here.
-            Item {
+            PricePanelView {
                 objectName: "leftColumn"
                 Layout.preferredWidth: 280
                 Layout.fillHeight: true
+                appState: root.appState
             }
 
             Divider {

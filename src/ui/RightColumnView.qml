@@ -58,11 +58,22 @@ Rectangle {
             }
         }
 
-        // The scanner panel or the calendar panel goes here.
-        Item {
-            objectName: column.appState.showScannerPanel ? "scannerPlace" : "calendarPlace"
+        // Both stay alive while hidden, so switching back keeps the
+        // calendar's scroll position and an open event sheet.
+        CalendarPanelView {
+            objectName: "calendarPanel"
             Layout.fillWidth: true
             Layout.fillHeight: true
+            visible: !column.appState.showScannerPanel
+            appState: column.appState
+        }
+
+        ScannerPanelView {
+            objectName: "scannerPanel"
+            Layout.fillWidth: true
+            Layout.fillHeight: true
+            visible: column.appState.showScannerPanel
+            appState: column.appState
         }
     }
 }

@@ -77,6 +77,30 @@ Rectangle {
                 font.letterSpacing: 1
                 color: Theme.white
             }
+
+            // Simulated markets and analyses: nobody should take these for live data.
+            Rectangle {
+                objectName: "demoBadge"
+                anchors.verticalCenter: parent.verticalCenter
+                visible: bar.appState.isDemo
+                width: demoText.implicitWidth + 12
+                height: demoText.implicitHeight + 4
+                radius: 3
+                color: "transparent"
+                border.width: 1
+                border.color: Theme.yellow
+
+                MonoText {
+                    id: demoText
+                    objectName: "demoText"
+                    anchors.centerIn: parent
+                    text: "DEMO"
+                    size: 9
+                    font.bold: true
+                    font.letterSpacing: 1
+                    color: Theme.yellow
+                }
+            }
         }
 
         PlainButton {

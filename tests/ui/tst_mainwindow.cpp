@@ -154,6 +154,28 @@ private slots:
         QVERIFY(!item->isEnabled());
     }
 
+    void demoMarkOnlyInDemoMode_data()
+    {
+        QTest::addColumn<bool>("demo");
+        QTest::newRow("kalvo --demo") << true;
+        QTest::newRow("live") << false;
+    }
+    void demoMarkOnlyInDemoMode()
+    {
+        QFETCH(bool, demo);
+        test::WindowHarness h(wednesday);
+        h.state.setDemo(demo);
+        QVERIFY(h.load());
+        QQuickItem *badge = h.item(u"demoBadge"_s);
+        QVERIFY(badge);
+        QCOMPARE(test::WindowHarness::shown(badge), demo);
+        QCOMPARE(h.text(u"demoText"_s, badge), u"DEMO"_s);
+        QCOMPARE(h.color(u"demoText"_s, badge), Theme::yellow());
+        QCOMPARE(badge->property("border").value<QObject *>()->property("color").value<QColor>(), Theme::yellow());
+        // Beside the title, before the market badge.
+        QVERIFY(badge->mapToScene({0, 0}).x() < h.item(u"marketBadge"_s)->mapToScene({0, 0}).x());
+    }
+
     void settingsAndMarketBadgeOpenTheirSheets()
     {
         test::WindowHarness h(wednesday);
@@ -171,13 +193,15 @@ private slots:
         QVERIFY(h.load());
         QCOMPARE(h.text(u"panelToggleLabel"_s), u"SCANNER"_s);
         QCOMPARE(h.color(u"panelToggleLabel"_s), Theme::textMuted());
-        QVERIFY(h.item(u"calendarPlace"_s));
+        QVERIFY(test::WindowHarness::shown(h.item(u"calendarPanel"_s)));
+        QVERIFY(!test::WindowHarness::shown(h.item(u"scannerPanel"_s)));
 
         QVERIFY(h.click(h.item(u"panelToggle"_s)));
         QVERIFY(h.state.property("showScannerPanel").toBool());
         QCOMPARE(h.text(u"panelToggleLabel"_s), u"KALENDER"_s);
         QCOMPARE(h.color(u"panelToggleLabel"_s), Theme::blue());
-        QVERIFY(h.item(u"scannerPlace"_s));
+        QVERIFY(test::WindowHarness::shown(h.item(u"scannerPanel"_s)));
+        QVERIFY(!test::WindowHarness::shown(h.item(u"calendarPanel"_s)));
 
         QVERIFY(h.click(h.item(u"panelToggle"_s)));
         QVERIFY(!h.state.property("showScannerPanel").toBool());
