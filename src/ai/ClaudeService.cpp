@@ -160,13 +160,15 @@ QCoro::Task<QString> ClaudeService::findWorkingModel()
 
 QCoro::Task<std::optional<QString>> ClaudeService::ensureWorkingModel()
 {
+    // co_return of a member would move out of it (QCoro takes any lvalue by
+    // forwarding reference and moves); hand out copies.
     if (m_workingModel)
-        co_return m_workingModel;
+        co_return std::optional<QString>(m_workingModel);
     const QPointer<ClaudeService> self(this);
     const QString found = co_await findWorkingModel();
     if (!self || found.isEmpty())
         co_return std::nullopt;
-    co_return m_workingModel;
+    co_return std::optional<QString>(m_workingModel);
 }
 
 QCoro::Task<std::optional<QByteArray>> ClaudeService::synthesizeSpeech(const QString &text)

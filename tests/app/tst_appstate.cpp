@@ -371,12 +371,27 @@ private slots:
         QCOMPARE(h.state.newsCount(), 1); // listed at once, scored later
         QVERIFY(settled.wait(5000));
         QTEST(h.state.status(), "status");
+        QCOMPARE(h.backend.models(), QStringList(2, u"claude-sonnet-4-5"_s)); // probe, then scoring with its model
         if (storedScore == 0) {
             QCOMPARE(h.state.newsCount(), 0);
             return;
         }
         QCOMPARE(h.state.news().first().score, storedScore);
         QCOMPARE(h.state.news().first().analysis->score, storedScore);
+    }
+
+    void headlinesArrivingTogetherAreEachScoredWithTheModel()
+    {
+        Harness h;
+        QVERIFY(h.startWithModel());
+        const int count = 12;
+        for (int i = 0; i < count; ++i)
+            h.scriptModel({test::ScriptedBackend::modelText(uR"({"relevant":true,"score":5,"headline":"H"})"_s)});
+        QSignalSpy updated(&h.state, &AppState::newsUpdated);
+        for (int i = 0; i < count; ++i)
+            h.state.onNewsItem(headline(QString::number(i), i));
+        QTRY_COMPARE(updated.count(), count);
+        QCOMPARE(h.backend.models(), QStringList(count + 1, u"claude-sonnet-4-5"_s));
     }
 
     void scoresReachTheDatabase()
