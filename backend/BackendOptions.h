@@ -50,10 +50,12 @@ struct BackendOptions
     std::chrono::milliseconds idleTimeout{60'000};    // a kept-alive connection without requests is closed
     std::chrono::milliseconds lingerTimeout{2'000};   // how long a refused upload is drained before closing
 
-    // Per access token; the app throttles itself to 40 model requests a
-    // minute, probes included this leaves room.
+    // Per access token. The app throttles itself to 40 model requests in any
+    // minute but sends them at once when a feed brings a batch of headlines,
+    // and its model probes and speech requests come on top: the bucket holds
+    // all of that, so only a client that ignores its own limit is refused.
     double requestsPerMinute = 60;
-    int burst = 20;
+    int burst = 60;
     int maxQueuedSpeech = 8;
 
     AppRelease release = AppRelease::current();

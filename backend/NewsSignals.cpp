@@ -67,12 +67,13 @@ const QStringList bullishWords{
     u"hike"_s, u"hawkish"_s, u"raise"_s, u"strong"_s, u"beat"_s, u"surge"_s, u"jump"_s, u" rall"_s,
     u" gain"_s, u"climb"_s, u" rise"_s, u" rises"_s, u" rising"_s, u"higher"_s, u" firm"_s, u"boost"_s,
     u"soar"_s, u"record high"_s, u"erhöh"_s, u"anheb"_s, u"stärker"_s, u"steigt"_s, u"zieht an"_s,
-    u"aufwind"_s, u"falkenhaft"_s, u"fester"_s, u"rekordhoch"_s, u"legt zu"_s};
+    u"aufwind"_s, u"falkenhaft"_s, u"fester"_s, u"rekordhoch"_s, u"legt zu"_s, u" lift"_s, u"rebound"_s};
 const QStringList bearishWords{
     u" cut"_s, u"dovish"_s, u"lower"_s, u" weak"_s, u" miss"_s, u"slump"_s, u"slide"_s, u" slid"_s,
     u" fall"_s, u" fell"_s, u"drop"_s, u"plunge"_s, u"tumble"_s, u"declin"_s, u" slow"_s, u" sink"_s,
     u" sank"_s, u"senkt"_s, u"senkung"_s, u"schwäch"_s, u"fällt"_s, u"gefallen"_s, u"unter druck"_s,
-    u"taubenhaft"_s, u"verliert"_s, u"rückgang"_s, u"bricht ein"_s, u"schwächer"_s};
+    u"taubenhaft"_s, u"verliert"_s, u"rückgang"_s, u"bricht ein"_s, u"schwächer"_s, u" slip"_s, u" soft"_s,
+    u" dip"_s, u" eases"_s, u" easing"_s};
 const QStringList riskOffWords{
     u" war "_s, u"krieg"_s, u"crisis"_s, u"krise"_s, u"sell off"_s, u"selloff"_s, u"ausverkauf"_s,
     u"recession"_s, u"rezession"_s, u"safe haven"_s, u"sicherer hafen"_s, u"tariff"_s, u" zoll"_s,
@@ -168,38 +169,37 @@ qsizetype firstPosition(const QString &text, const QStringList &words)
     return first;
 }
 
-// The currency the text is about: a named central bank wins, then a named
-// instrument (its base currency), then the first currency mentioned.
+// The currency the text is about: whichever comes first of a central bank
+// and a named instrument (its base currency), else the first currency
+// mentioned. "AUD/USD climbs as ECB bets firm" is about the Aussie dollar.
 const CurrencyWords *subjectOf(const QString &text, bool *byBank)
 {
     const CurrencyWords *best = nullptr;
     qsizetype bestAt = -1;
+    const auto earlier = [&](const CurrencyWords &currency, qsizetype at) {
+        if (at < 0 || (bestAt >= 0 && at >= bestAt))
+            return false;
+        best = &currency;
+        bestAt = at;
+        return true;
+    };
+    *byBank = false;
     for (const CurrencyWords &currency : currencyTable()) {
-        const qsizetype at = firstPosition(text, currency.banks);
-        if (at >= 0 && (bestAt < 0 || at < bestAt)) {
-            best = &currency;
-            bestAt = at;
+        if (earlier(currency, firstPosition(text, currency.banks)))
+            *byBank = true;
+    }
+    for (const QString &pair : pairWords()) {
+        const qsizetype at = text.indexOf(pair);
+        const QString base = pair.left(3).toUpper();
+        for (const CurrencyWords &currency : currencyTable()) {
+            if (currency.code == base && earlier(currency, at))
+                *byBank = false;
         }
     }
-    *byBank = best != nullptr;
     if (best)
         return best;
-    for (const QString &pair : pairWords()) {
-        if (text.contains(pair)) {
-            const QString base = pair.left(3).toUpper();
-            for (const CurrencyWords &currency : currencyTable()) {
-                if (currency.code == base)
-                    return &currency;
-            }
-        }
-    }
-    for (const CurrencyWords &currency : currencyTable()) {
-        const qsizetype at = firstPosition(text, currency.words);
-        if (at >= 0 && (bestAt < 0 || at < bestAt)) {
-            best = &currency;
-            bestAt = at;
-        }
-    }
+    for (const CurrencyWords &currency : currencyTable())
+        earlier(currency, firstPosition(text, currency.words));
     return best;
 }
 
@@ -260,10 +260,12 @@ NewsSignal readNewsSignal(const QString &raw)
         signal.categories << u"market"_s;
     signal.category = signal.categories.first();
 
-    const int up = countOf(text, bullishWords);
-    const int down = countOf(text, bearishWords);
-    if (!signal.currency.isEmpty() && up != down)
-        signal.direction = up > down ? Direction::Bullish : Direction::Bearish;
+    // A headline names its subject's move first and the circumstances after
+    // it: "Gold slips from record high as yields rise" is a fall.
+    const qsizetype up = firstPosition(text, bullishWords);
+    const qsizetype down = firstPosition(text, bearishWords);
+    if (!signal.currency.isEmpty() && (up >= 0 || down >= 0))
+        signal.direction = down < 0 || (up >= 0 && up < down) ? Direction::Bullish : Direction::Bearish;
     signal.surprise = containsAny(text, surpriseWords);
     const bool breaking = containsAny(text, breakingWords);
     signal.riskTone = countOf(text, riskOnWords) - countOf(text, riskOffWords);

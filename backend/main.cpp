@@ -56,7 +56,7 @@ int main(int argc, char *argv[])
                                           u"https://api.openai.com"_s);
     const QCommandLineOption rateOption(u"requests-per-minute"_s, u"Sustained requests per token and minute."_s,
                                         u"n"_s, u"60"_s);
-    const QCommandLineOption burstOption(u"burst"_s, u"Requests a token may send at once."_s, u"n"_s, u"20"_s);
+    const QCommandLineOption burstOption(u"burst"_s, u"Requests a token may send at once."_s, u"n"_s, u"60"_s);
     const QCommandLineOption versionOption(u"release-version"_s, u"Version announced by appVersion."_s, u"version"_s,
                                            AppRelease::current().version);
     const QCommandLineOption downloadOption(u"download-url"_s, u"Download address announced by appVersion."_s,

@@ -117,7 +117,7 @@ void speech()
         u"verteilt sich derzeit auf die großen Währungspaare. Achte besonders auf Reaktionen an wichtigen "
         u"Unterstützungen und Widerständen. Kurzfristige Übertreibungen werden in solchen Phasen oft schnell "
         u"korrigiert. Positionsgrößen sollten zur aktuellen Schwankungsbreite passen. Handle mit klarem "
-        u"Risikomanagement und achte auf die Reaktion der Kurse rund um diese Termine."_s;
+        u"Risikomanagement und achte auf die Reaktion der Kurse rund um diese Termine. Viel Erfolg beim Handeln."_s;
     QList<double> times;
     qsizetype size = 0;
     for (int i = 0; i < 5; ++i) {

@@ -2,7 +2,10 @@
 
 #include "MarketSimulator.h"
 
+#include <QFileInfo>
 #include <QStandardPaths>
+
+#include <cstdio>
 
 using namespace Qt::StringLiterals;
 
@@ -11,6 +14,20 @@ namespace kalvo {
 DemoMode::DemoMode() = default;
 DemoMode::~DemoMode() = default;
 
+Config DemoMode::firstConfig()
+{
+    Config config;
+    config.claudeApiKey = u"demo"_s;
+    return config;
+}
+
+std::optional<QString> DemoMode::provideConfig()
+{
+    if (QFileInfo::exists(ConfigFiles::userPath()))
+        return std::nullopt; // the demo's own settings, possibly changed by the user
+    return ConfigFiles::save(firstConfig());
+}
+
 bool DemoMode::start()
 {
     // A demo must never mix simulated headlines into the real database.
@@ -18,14 +35,20 @@ bool DemoMode::start()
         const QString base = QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation);
         qputenv("KALVO_DATA_DIR", (base + "/Kalvo-Demo"_L1).toLocal8Bit());
     }
+    if (const std::optional<QString> problem = provideConfig())
+        std::fprintf(stderr, "kalvo: demo configuration not written: %s\n", problem->toUtf8().constData());
     m_simulator = std::make_unique<sim::MarketSimulator>();
-    return m_simulator->start() != 0;
+    if (m_simulator->start() == 0)
+        return false;
+    backend::BackendOptions options;
+    options.mode = backend::BackendOptions::Mode::Offline;
+    return m_backend.start(std::move(options));
 }
 
 Endpoints DemoMode::endpoints() const
 {
     QStringList problems;
-    return Endpoints::fromJson(m_simulator->endpointsJson(), &problems);
+    return EmbeddedBackend::withBackend(m_simulator->endpointsJson(), m_backend.functionsUrl(), &problems);
 }
 
 } // namespace kalvo

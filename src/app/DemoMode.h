@@ -1,5 +1,6 @@
 #pragma once
 
+#include "EmbeddedBackend.h"
 #include "core/Endpoints.h"
 
 #include <memory>
@@ -10,23 +11,37 @@ namespace sim {
 class MarketSimulator;
 }
 
-// `kalvo --demo`: serves simulated markets from inside the process on a
-// free loopback port and keeps its data apart from the real data folder,
-// so the whole app runs on a machine without network.
+// `kalvo --demo`: everything the app talks to runs inside the process on
+// free loopback ports — simulated markets and the AI backend with its
+// offline analyst and local speech — and the data stays in a folder of its
+// own, so the whole app works on a machine without network and never mixes
+// simulated headlines into the real database.
 class DemoMode
 {
 public:
     DemoMode();
     ~DemoMode();
 
-    // Starts the simulator and selects the demo data folder. False when no
+    // Selects the demo data folder (KALVO_DATA_DIR, unless already set),
+    // gives it a configuration that switches headline scoring on if it has
+    // none yet, and starts the simulator and the AI backend. False when no
     // loopback port could be had.
     bool start();
-    // Every market address pointed at the simulator.
+    // Every market address pointed at the simulator, the AI backend at the
+    // embedded one.
     Endpoints endpoints() const;
+
+    // The configuration of a first demo start: the defaults with a
+    // placeholder Claude key, since the app scores headlines only while one
+    // is set; the embedded backend never sends it anywhere.
+    static Config firstConfig();
+    // Writes firstConfig() into the current data folder unless a
+    // configuration file is already there. Returns what went wrong, if anything.
+    static std::optional<QString> provideConfig();
 
 private:
     std::unique_ptr<sim::MarketSimulator> m_simulator;
+    EmbeddedBackend m_backend;
 };
 
 } // namespace kalvo

@@ -1,9 +1,11 @@
 #include "AppState.h"
 #include "DemoMode.h"
+#include "EmbeddedBackend.h"
 #include "StartupReport.h"
 #include "core/Clock.h"
 
 #include <QCommandLineParser>
+#include <QDebug>
 #include <QFontDatabase>
 #include <QGuiApplication>
 #include <QQmlApplicationEngine>
@@ -37,7 +39,9 @@ int main(int argc, char *argv[])
     parser.addOption(reportOption);
     parser.process(app);
 
+    // Declared before the state so that the servers outlive the clients.
     kalvo::DemoMode demo;
+    kalvo::EmbeddedBackend embeddedBackend;
     kalvo::AppState state(kalvo::Clock::system());
     if (parser.isSet(demoOption)) {
         if (!demo.start()) {
@@ -47,8 +51,19 @@ int main(int argc, char *argv[])
         state.setEndpoints(demo.endpoints());
         state.setDemo(true);
     } else {
-        state.setEndpointsFile(parser.isSet(endpointsOption) ? parser.value(endpointsOption)
-                                                             : qEnvironmentVariable("KALVO_ENDPOINTS"));
+        const QString endpointsFile = parser.isSet(endpointsOption) ? parser.value(endpointsOption)
+                                                                    : qEnvironmentVariable("KALVO_ENDPOINTS");
+        // Two small files, read once before the window exists.
+        const kalvo::VendorKeys keys =
+            kalvo::VendorKeys::find(QProcessEnvironment::systemEnvironment(), kalvo::ConfigFiles::load());
+        const kalvo::AiBackendChoice ai = kalvo::AiBackendChoice::make(embeddedBackend, endpointsFile, keys);
+        if (ai.kind == kalvo::AiBackendChoice::Kind::Embedded) {
+            for (const QString &problem : ai.problems)
+                qWarning().noquote() << "[Endpoints] ✗" << endpointsFile + u':' << problem;
+            state.setEndpoints(ai.endpoints);
+        } else {
+            state.setEndpointsFile(endpointsFile);
+        }
     }
 
     QQmlApplicationEngine engine;

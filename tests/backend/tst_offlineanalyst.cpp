@@ -156,6 +156,17 @@ private slots:
                                          << u"central_bank"_s << u"EUR/USD"_s << u"bearish"_s;
         QTest::newRow("named pair falls") << u"EUR/USD falls below 1.08"_s << true << 4 << u"hours"_s
                                           << u"market"_s << u"EUR/USD"_s << u"bearish"_s;
+        QTest::newRow("soft data outweighs firm bets")
+            << u"Euro slips as ECB rate cut bets firm after soft inflation data"_s << true << 9 << u"immediate"_s
+            << u"central_bank"_s << u"EUR/USD"_s << u"bearish"_s;
+        QTest::newRow("hot data lifts the dollar") << u"Hot US inflation data lifts the dollar"_s << true << 6
+                                                   << u"hours"_s << u"inflation"_s << u"USD/JPY"_s << u"bullish"_s;
+        QTest::newRow("the first move counts, not the circumstances")
+            << u"Gold slips from record high as Treasury yields rise"_s << true << 4 << u"hours"_s
+            << u"commodities"_s << u"XAU/USD"_s << u"bearish"_s;
+        QTest::newRow("the instrument named first is the subject")
+            << u"AUD/USD climbs to 0.6637 as ECB rate cut bets firm"_s << true << 6 << u"hours"_s
+            << u"central_bank"_s << u"AUD/USD"_s << u"bullish"_s;
         QTest::newRow("oil outlook, no currency") << u"Oil prices outlook for next week"_s << true << 3
                                                   << u"days"_s << u"commodities"_s << u"EUR/USD"_s << QString();
         QTest::newRow("words hidden in longer words do not count")

@@ -1,0 +1,335 @@
+// Which AI backend a start uses, and the backend the app embeds: its token
+// handover, its vendor keys and the complete offline demo, each reached
+// through the app's real AI client over loopback.
+
+#include "../TestSupport.h"
+
+#include "DemoMode.h"
+#include "EmbeddedBackend.h"
+#include "LoopbackServer.h"
+#include "ai/ClaudeService.h"
+#include "core/Clock.h"
+#include "core/Paths.h"
+
+#include <QDir>
+#include <QFile>
+#include <QJsonArray>
+#include <QRegularExpression>
+#include <QTemporaryDir>
+
+using namespace kalvo;
+using namespace kalvo::sim;
+
+namespace {
+
+const QString sonnet = u"claude-sonnet-4-5"_s;
+const QByteArray fakeMp3 = QByteArray("\xFF\xF3\x44\xC4", 4) + QByteArray(412, '\x55');
+
+template<typename T>
+T awaited(QCoro::Task<T> &&task)
+{
+    return QCoro::waitFor(std::move(task));
+}
+
+// Both vendors on one loopback server, recording what they are sent.
+struct FakeVendors
+{
+    FakeVendors()
+    {
+        server.route(u"/v1/messages"_s, [](const RecordedRequest &) {
+            const QJsonObject text{{u"type"_s, u"text"_s}, {u"text"_s, u"pong"_s}};
+            return kalvo::sim::HttpReply{200, "application/json",
+                                         compactJson({{u"content"_s, QJsonArray{text}}})};
+        });
+        server.route(u"/v1/audio/speech"_s,
+                     [](const RecordedRequest &) { return kalvo::sim::HttpReply{200, "audio/mpeg", fakeMp3}; });
+        server.start();
+    }
+
+    backend::BackendOptions proxyTemplate() const
+    {
+        backend::BackendOptions options;
+        options.anthropicBase = server.baseUrl();
+        options.openaiBase = server.baseUrl();
+        options.log = [](const QString &) {};
+        return options;
+    }
+
+    QByteArray lastHeader(const QString &path, const QByteArray &name) const
+    {
+        for (qsizetype i = server.requests().size() - 1; i >= 0; --i) {
+            if (server.requests()[i].path == path)
+                return server.requests()[i].headers.value(name);
+        }
+        return {};
+    }
+
+    LoopbackServer server;
+};
+
+// A data folder of its own and no token from the caller's environment.
+struct CleanProcess
+{
+    CleanProcess()
+    {
+        qputenv("KALVO_DATA_DIR", dataDir.path().toLocal8Bit());
+        qunsetenv("KALVO_BACKEND_TOKEN");
+    }
+    ~CleanProcess() { qunsetenv("KALVO_BACKEND_TOKEN"); }
+
+    QString writeFile(const QString &name, const QByteArray &content) const
+    {
+        const QString path = dataDir.filePath(name);
+        QFile file(path);
+        if (file.open(QIODevice::WriteOnly))
+            file.write(content);
+        return path;
+    }
+
+    QTemporaryDir dataDir;
+};
+
+const QString defaultBackend = u"http://127.0.0.1:8787/_functions"_s;
+const QString defaultBbcFeed = u"https://feeds.bbci.co.uk/news/business/rss.xml"_s;
+
+} // namespace
+
+class TestEmbeddedBackend : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void choosesTheBackend_data()
+    {
+        QTest::addColumn<QByteArray>("endpoints"); // "-": no file; "!": a file that cannot be read
+        QTest::addColumn<QString>("claudeKey");
+        QTest::addColumn<QString>("openaiKey");
+        QTest::addColumn<int>("kind");
+        QTest::addColumn<QString>("backend");  // "embedded", or the address AppState reads from the file
+        QTest::addColumn<QString>("bbcFeed");  // a market address, unchanged by the choice
+        QTest::addColumn<int>("problems");
+
+        const int named = int(AiBackendChoice::Kind::Named);
+        const int embedded = int(AiBackendChoice::Kind::Embedded);
+        const int none = int(AiBackendChoice::Kind::None);
+        const QByteArray base = "{\"base\": \"http://127.0.0.1:9\"}";
+        const QString rerootedFeed = u"http://127.0.0.1:9/news/business/rss.xml"_s;
+        const QString key = u"sk-ant-1"_s;
+
+        QTest::newRow("no file, no key") << QByteArray("-") << QString() << QString() << none << defaultBackend
+                                         << defaultBbcFeed << 0;
+        QTest::newRow("no file, a Claude key") << QByteArray("-") << key << QString() << embedded << u"embedded"_s
+                                               << defaultBbcFeed << 0;
+        QTest::newRow("an OpenAI key alone is not enough")
+            << QByteArray("-") << QString() << u"sk-oa"_s << none << defaultBackend << defaultBbcFeed << 0;
+        QTest::newRow("the file names a backend")
+            << QByteArray("{\"backend\": \"https://ai.example.org/_functions\"}") << key << QString() << named
+            << u"https://ai.example.org/_functions"_s << defaultBbcFeed << 0;
+        QTest::newRow("the file names an unusable backend")
+            << QByteArray("{\"backend\": \"ftp://ai.example.org\"}") << key << QString() << named << defaultBackend
+            << defaultBbcFeed << 0;
+        QTest::newRow("base re-roots the markets, not the embedded backend")
+            << base << key << QString() << embedded << u"embedded"_s << rerootedFeed << 0;
+        QTest::newRow("base without a key") << base << QString() << QString() << none << u"http://127.0.0.1:9/_functions"_s
+                                            << rerootedFeed << 0;
+        QTest::newRow("unreadable file") << QByteArray("!") << key << QString() << embedded << u"embedded"_s
+                                         << defaultBbcFeed << 1;
+        QTest::newRow("file that is no JSON object") << QByteArray("[1, 2]") << key << QString() << embedded
+                                                     << u"embedded"_s << defaultBbcFeed << 1;
+    }
+
+    void choosesTheBackend()
+    {
+        QFETCH(QByteArray, endpoints);
+        QFETCH(QString, claudeKey);
+        QFETCH(QString, openaiKey);
+        QFETCH(int, kind);
+        QFETCH(QString, backend);
+        QFETCH(QString, bbcFeed);
+        QFETCH(int, problems);
+        CleanProcess process;
+        FakeVendors vendors;
+        QString path;
+        if (endpoints == "!")
+            path = process.dataDir.filePath(u"missing.json"_s);
+        else if (endpoints != "-")
+            path = process.writeFile(u"endpoints.json"_s, endpoints);
+
+        EmbeddedBackend embedded;
+        const AiBackendChoice choice =
+            AiBackendChoice::make(embedded, path, {claudeKey, openaiKey}, vendors.proxyTemplate());
+        QCOMPARE(int(choice.kind), kind);
+        QCOMPARE(choice.problems.size(), problems);
+        QCOMPARE(embedded.isRunning(), kind == int(AiBackendChoice::Kind::Embedded));
+
+        // The addresses AppState ends up with: handed over, or read from the file.
+        QStringList ignored;
+        const Endpoints used = choice.kind == AiBackendChoice::Kind::Embedded ? choice.endpoints
+            : path.isEmpty()                                                  ? Endpoints()
+                                                                              : Endpoints::fromFile(path, &ignored);
+        QCOMPARE(used.url(u"backend"_s), backend == "embedded"_L1 ? embedded.functionsUrl().toString() : backend);
+        QCOMPARE(used.url(u"feed.bbc_business"_s), bbcFeed);
+        if (!embedded.isRunning()) {
+            QVERIFY(qEnvironmentVariableIsEmpty("KALVO_BACKEND_TOKEN"));
+            return;
+        }
+        QVERIFY(embedded.functionsUrl().toString().startsWith(u"http://127.0.0.1:"_s));
+        // The app's client finds the server with the handed-over token.
+        ClaudeService client(QUrl(used.url(u"backend"_s)), Clock::system());
+        QCOMPARE(awaited(client.findWorkingModel()), sonnet);
+    }
+
+    void proxiesWithTheKnownKeys_data()
+    {
+        QTest::addColumn<QString>("environmentClaude");
+        QTest::addColumn<QString>("configClaude");
+        QTest::addColumn<QString>("environmentOpenai");
+        QTest::addColumn<QString>("configOpenai");
+        QTest::addColumn<QByteArray>("sentClaude"); // x-api-key the vendor receives
+        QTest::addColumn<QByteArray>("sentOpenai"); // bearer key; empty: no speech request at all
+
+        QTest::newRow("keys from the environment")
+            << u"sk-ant-env"_s << QString() << u"sk-oa-env"_s << QString() << QByteArray("sk-ant-env")
+            << QByteArray("sk-oa-env");
+        QTest::newRow("keys from the configuration")
+            << QString() << u"sk-ant-cfg"_s << QString() << u"sk-oa-cfg"_s << QByteArray("sk-ant-cfg")
+            << QByteArray("sk-oa-cfg");
+        QTest::newRow("the environment wins")
+            << u"sk-ant-env"_s << u"sk-ant-cfg"_s << u"sk-oa-env"_s << u"sk-oa-cfg"_s << QByteArray("sk-ant-env")
+            << QByteArray("sk-oa-env");
+        QTest::newRow("blank environment values do not count")
+            << u"  "_s << u" sk-ant-cfg "_s << u"\t"_s << u"sk-oa-cfg"_s << QByteArray("sk-ant-cfg")
+            << QByteArray("sk-oa-cfg");
+        QTest::newRow("no OpenAI key: models only") << QString() << u"sk-ant-cfg"_s << QString() << QString()
+                                                    << QByteArray("sk-ant-cfg") << QByteArray();
+    }
+
+    void proxiesWithTheKnownKeys()
+    {
+        QFETCH(QString, environmentClaude);
+        QFETCH(QString, configClaude);
+        QFETCH(QString, environmentOpenai);
+        QFETCH(QString, configOpenai);
+        QFETCH(QByteArray, sentClaude);
+        QFETCH(QByteArray, sentOpenai);
+        CleanProcess process;
+        FakeVendors vendors;
+        QProcessEnvironment environment;
+        environment.insert(u"ANTHROPIC_API_KEY"_s, environmentClaude);
+        environment.insert(u"OPENAI_API_KEY"_s, environmentOpenai);
+        Config config;
+        config.claudeApiKey = configClaude;
+        config.openaiApiKey = configOpenai;
+
+        EmbeddedBackend embedded;
+        const AiBackendChoice choice = AiBackendChoice::make(embedded, QString(), VendorKeys::find(environment, config),
+                                                             vendors.proxyTemplate());
+        QCOMPARE(int(choice.kind), int(AiBackendChoice::Kind::Embedded));
+        ClaudeService client(QUrl(choice.endpoints.url(u"backend"_s)), Clock::system());
+        QCOMPARE(awaited(client.findWorkingModel()), sonnet);
+        QCOMPARE(vendors.lastHeader(u"/v1/messages"_s, "x-api-key"), sentClaude);
+
+        const std::optional<QByteArray> audio = awaited(client.synthesizeSpeech(u"Guten Morgen."_s));
+        QCOMPARE(audio.has_value(), !sentOpenai.isEmpty());
+        if (audio) {
+            QCOMPARE(*audio, fakeMp3);
+            QCOMPARE(vendors.lastHeader(u"/v1/audio/speech"_s, "authorization"), "Bearer " + sentOpenai);
+        } else {
+            QCOMPARE(vendors.server.requestCount(u"/v1/audio/speech"_s), 0);
+        }
+    }
+
+    void givesEachStartItsOwnToken()
+    {
+        CleanProcess process;
+        FakeVendors vendors;
+        backend::BackendOptions options = vendors.proxyTemplate();
+        options.mode = backend::BackendOptions::Mode::Offline;
+        static const QRegularExpression hex64(u"^[0-9a-f]{64}$"_s);
+
+        EmbeddedBackend first;
+        QVERIFY(first.start(options));
+        const QString firstToken = qEnvironmentVariable("KALVO_BACKEND_TOKEN");
+        QVERIFY2(hex64.match(firstToken).hasMatch(), qPrintable(firstToken));
+        QVERIFY(!first.start(options)); // one server per instance
+
+        EmbeddedBackend second;
+        QVERIFY(second.start(options));
+        const QString secondToken = qEnvironmentVariable("KALVO_BACKEND_TOKEN");
+        QVERIFY(hex64.match(secondToken).hasMatch());
+        QVERIFY(secondToken != firstToken);
+        QVERIFY(second.functionsUrl() != first.functionsUrl());
+
+        // The first server knows only its own token: the handed-over one is refused there.
+        ClaudeService toFirst(first.functionsUrl(), Clock::system());
+        QCOMPARE(awaited(toFirst.findWorkingModel()), QString());
+        ClaudeService toSecond(second.functionsUrl(), Clock::system());
+        QCOMPARE(awaited(toSecond.findWorkingModel()), sonnet);
+
+        // Nothing of it on disk, and gone with the server.
+        QVERIFY(QDir(process.dataDir.path()).entryList(QDir::Files).isEmpty());
+        second.stop();
+        QVERIFY(qEnvironmentVariableIsEmpty("KALVO_BACKEND_TOKEN"));
+        QVERIFY(!second.isRunning());
+        QVERIFY(second.start(options)); // and startable again
+        QVERIFY(qEnvironmentVariable("KALVO_BACKEND_TOKEN") != secondToken);
+    }
+
+    void demoWritesItsConfigurationOnce_data()
+    {
+        QTest::addColumn<QByteArray>("existing"); // empty: no configuration file yet
+        QTest::addColumn<QString>("claudeKey");   // the key the app then loads
+
+        Config ownSettings;
+        ownSettings.claudeApiKey.clear();
+        ownSettings.marketPairs = {u"AUD/USD"_s};
+        QTest::newRow("first demo start") << QByteArray() << u"demo"_s;
+        QTest::newRow("the demo's own settings stay") << compactJson(ownSettings.toJson()) << QString();
+    }
+
+    void demoWritesItsConfigurationOnce()
+    {
+        QFETCH(QByteArray, existing);
+        QFETCH(QString, claudeKey);
+        CleanProcess process;
+        if (!existing.isEmpty())
+            process.writeFile(u"config.json"_s, existing);
+        QVERIFY(!DemoMode::provideConfig());
+        const Config loaded = ConfigFiles::load();
+        QCOMPARE(loaded.claudeApiKey, claudeKey);
+        if (existing.isEmpty())
+            QVERIFY(loaded == DemoMode::firstConfig());
+        else
+            QCOMPARE(loaded.marketPairs, QStringList{u"AUD/USD"_s});
+    }
+
+    void demoAnswersOffline()
+    {
+        CleanProcess process;
+        DemoMode demo;
+        QVERIFY(demo.start());
+        QCOMPARE(ConfigFiles::load().claudeApiKey, u"demo"_s);
+        const Endpoints endpoints = demo.endpoints();
+        const QUrl backend(endpoints.url(u"backend"_s));
+        const QUrl feed(endpoints.url(u"feed.bbc_business"_s));
+        QCOMPARE(backend.host(), u"127.0.0.1"_s);
+        QCOMPARE(backend.path(), u"/_functions"_s);
+        QCOMPARE(feed.host(), u"127.0.0.1"_s);
+        QVERIFY(feed.port() != backend.port()); // markets from the simulator, AI from the backend
+
+        ManualClock clock(test::utc(2024, 5, 8, 10, 15));
+        ClaudeService client(backend, clock);
+        NewsItem item;
+        item.id = u"demo-news"_s;
+        item.title = u"Fed cuts rates by 50bp in surprise move"_s;
+        item.source = u"Reuters"_s;
+        const std::optional<NewsAnalysis> scored = awaited(client.analyzeNews(item));
+        QVERIFY(scored);
+        QVERIFY(scored->relevant && scored->score >= 8);
+        const std::optional<QByteArray> audio = awaited(client.synthesizeSpeech(u"Die Märkte sind offen."_s));
+        QVERIFY(audio && audio->size() > 1000);
+    }
+};
+
+QTEST_GUILESS_MAIN(TestEmbeddedBackend)
+#include "tst_embeddedbackend.moc"
