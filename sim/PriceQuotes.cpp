@@ -273,6 +273,17 @@ int minuteOfDay(const QDateTime &instant)
     return time.hour() * 60 + time.minute();
 }
 
+// The live quote moves within the minute too, from one minute's close
+// towards the next, so that a client polling every few seconds sees a market.
+double livePrice(const std::vector<double> &prices, const QDateTime &instant)
+{
+    const size_t minute = size_t(minuteOfDay(instant));
+    const QTime time = instant.toUTC().time();
+    const double fraction = (time.second() * 1000 + time.msec()) / 60000.0;
+    const double next = prices[std::min(minute + 1, prices.size() - 1)];
+    return prices[minute] + (next - prices[minute]) * fraction;
+}
+
 QJsonObject tradingPeriod(const QString &zone, qint64 start, qint64 end, int gmtOffset)
 {
     return {{"timezone"_L1, zone}, {"start"_L1, start}, {"end"_L1, end}, {"gmtoffset"_L1, gmtOffset}};
@@ -317,7 +328,7 @@ std::optional<double> PriceQuotes::lastPrice(const QString &ticker, const QDateT
     const std::optional<TickerInfo> info = tickerInfo(ticker);
     if (!info)
         return std::nullopt;
-    return rounded(tickerPrices(*info, market, day)[size_t(minuteOfDay(instant))], info->decimals);
+    return rounded(livePrice(tickerPrices(*info, market, day), instant), info->decimals);
 }
 
 QMap<QString, double> PriceQuotes::usdRates(const QDateTime &instant) const
@@ -378,7 +389,7 @@ HttpReply PriceQuotes::chart(const RecordedRequest &request) const
         {"gmtoffset"_L1, gmtOffset},
         {"timezone"_L1, zone.abbreviation(now)},
         {"exchangeTimezoneName"_L1, info->exchangeZone},
-        {"regularMarketPrice"_L1, rounded(prices[size_t(lastMinute)], info->decimals)},
+        {"regularMarketPrice"_L1, rounded(livePrice(prices, now), info->decimals)},
         {"regularMarketDayHigh"_L1, rounded(dayHigh, info->decimals)},
         {"regularMarketDayLow"_L1, rounded(dayLow, info->decimals)},
         {"regularMarketVolume"_L1, 0},
