@@ -61,11 +61,8 @@ public:
         QFile written(m_file.fileName());
         if (!written.open(QIODevice::ReadOnly))
             return {u"<capture failed>"_s};
-        QStringList result;
-        for (const QString &line : QString::fromUtf8(written.readAll()).split(u'\n', Qt::SkipEmptyParts)) {
-            if (line.startsWith(prefix))
-                result.append(line);
-        }
+        QStringList result = QString::fromUtf8(written.readAll()).split(u'\n');
+        result.removeIf([&](const QString &line) { return !line.startsWith(prefix); });
         return result;
     }
 
@@ -86,55 +83,29 @@ private:
 
 NewsItem fedItem()
 {
-    NewsItem item;
-    item.id = u"fed"_s;
-    item.title = u"Fed holds rates steady"_s;
-    item.source = u"Reuters"_s;
-    item.content = u"Powell: „Geduld“ bleibt Trumpf."_s;
-    item.score = 6.9;
-    NewsAnalysis analysis;
-    analysis.headline = u"Fed signalisiert Pause"_s;
-    item.analysis = analysis;
-    return item;
-}
-
-NewsItem ecbItem()
-{
-    NewsItem item;
-    item.id = u"ecb"_s;
-    item.title = u"ECB's Lagarde speaks"_s;
-    item.source = u"FXStreet"_s;
-    item.content = u"Short."_s;
-    item.score = 8;
-    return item;
+    return {.id = u"fed"_s, .title = u"Fed holds rates steady"_s, .source = u"Reuters"_s,
+            .content = u"Powell: „Geduld“ bleibt Trumpf."_s, .score = 6.9,
+            .analysis = NewsAnalysis{.headline = u"Fed signalisiert Pause"_s}};
 }
 
 QList<NewsItem> workedNews()
 {
-    return {fedItem(), ecbItem()};
+    return {fedItem(), {.id = u"ecb"_s, .title = u"ECB's Lagarde speaks"_s, .source = u"FXStreet"_s,
+                        .content = u"Short."_s, .score = 8}};
 }
 
 QList<CalendarEvent> workedEvents()
 {
-    CalendarEvent payrolls;
-    payrolls.id = u"nfp"_s;
-    payrolls.timeDisplay = u"14:30"_s;
-    payrolls.currency = u"USD"_s;
-    payrolls.impact = CalendarEvent::Impact::High;
-    payrolls.event = u"Non-Farm Payrolls"_s;
-    CalendarEvent holiday;
-    holiday.id = u"holiday"_s;
-    holiday.timeDisplay = u"Ganztägig"_s;
-    holiday.currency = u"JPY"_s;
-    holiday.impact = CalendarEvent::Impact::Unknown;
-    holiday.event = u"Bank Holiday"_s;
-    return {payrolls, holiday};
+    return {{.id = u"nfp"_s, .timeDisplay = u"14:30"_s, .currency = u"USD"_s, .event = u"Non-Farm Payrolls"_s,
+             .impact = CalendarEvent::Impact::High},
+            {.id = u"holiday"_s, .timeDisplay = u"Ganztägig"_s, .currency = u"JPY"_s, .event = u"Bank Holiday"_s,
+             .impact = CalendarEvent::Impact::Unknown}};
 }
 
 enum class Operation { QuickScoring, DeepAnalysis, Overview, Briefing, Instrument };
 
 // Runs one analysis with the worked data; says whether a result came back.
-bool run(ClaudeService &service, Operation operation, const QList<NewsItem> &news = workedNews())
+bool run(ClaudeService &service, Operation operation)
 {
     switch (operation) {
     case Operation::QuickScoring:
@@ -142,11 +113,12 @@ bool run(ClaudeService &service, Operation operation, const QList<NewsItem> &new
     case Operation::DeepAnalysis:
         return awaited(service.analyzeNewsDetail(fedItem())).has_value();
     case Operation::Overview:
-        return awaited(service.generateMarketOverview(news, {u"EUR/USD"_s, u"GBP/USD"_s})).has_value();
+        return awaited(service.generateMarketOverview(workedNews(), {u"EUR/USD"_s, u"GBP/USD"_s})).has_value();
     case Operation::Briefing:
-        return awaited(service.generateLiveBriefing(news, workedEvents())).has_value();
+        return awaited(service.generateLiveBriefing(workedNews(), workedEvents())).has_value();
     case Operation::Instrument:
-        return awaited(service.analyzeInstrument(u"EUR/USD"_s, news, workedEvents(), 1.085512, -0.4567)).has_value();
+        return awaited(service.analyzeInstrument(u"EUR/USD"_s, workedNews(), workedEvents(), 1.085512, -0.4567))
+            .has_value();
     }
     return false;
 }
@@ -154,6 +126,24 @@ bool run(ClaudeService &service, Operation operation, const QList<NewsItem> &new
 const QString deepReply = uR"({"summary":"Lage.","pairs":{"EUR/USD":{"direction":"bearish"}}})"_s;
 const QString verdictReply = uR"({"verdict":"bearish","confidence":64})"_s;
 const QString prose = u"Ich würde abwarten."_s;
+
+// A scripted backend and a service on it, both living as long as the test.
+struct Rig
+{
+    explicit Rig(const QDateTime &now = wednesdayMorning) : clock(now), service(backend.base(), clock)
+    {
+        service.setModelTimeout(shortTimeout);
+        service.setSpeechTimeout(shortTimeout);
+    }
+    Rig(const QString &path, const Steps &steps, const QDateTime &now = wednesdayMorning) : Rig(now)
+    {
+        backend.script(path, steps);
+    }
+
+    Backend backend;
+    ManualClock clock;
+    ClaudeService service;
+};
 
 } // namespace
 
@@ -185,15 +175,10 @@ private slots:
 
     void callModelSendsOneJsonPost()
     {
-        Backend backend;
-        backend.script(Backend::modelPath, {Backend::modelText(u"pong"_s)});
-        ManualClock clock(wednesdayMorning);
-        ClaudeService service(backend.base(), clock);
-
-        const ModelReply reply = awaited(service.callModel(haiku3, u"Grüße „zitiert“\n"_s, 123));
-        QVERIFY(reply.isSuccess());
-        QCOMPARE(backend.requests().size(), 1);
-        const sim::RecordedRequest &request = backend.requests().first();
+        Rig rig(Backend::modelPath, {Backend::modelText(u"pong"_s)});
+        QVERIFY(awaited(rig.service.callModel(haiku3, u"Grüße „zitiert“\n"_s, 123)).isSuccess());
+        QCOMPARE(rig.backend.requests().size(), 1);
+        const sim::RecordedRequest &request = rig.backend.requests().first();
         QCOMPARE(request.method, "POST");
         QCOMPARE(request.path, Backend::modelPath);
         QCOMPARE(request.headers.value("content-type"), "application/json");
@@ -202,8 +187,7 @@ private slots:
                                     {"model", haiku3},
                                     {"maxTokens", 123},
                                     {"prompt", u"Grüße „zitiert“\n"_s}}));
-        QVERIFY(body.value("maxTokens").isDouble());
-        QVERIFY(service.requestTimes().isEmpty()); // callers throttle, not callModel
+        QVERIFY(rig.service.requestTimes().isEmpty()); // callers throttle, not callModel
     }
 
     void callModelOutcomes_data()
@@ -212,32 +196,18 @@ private slots:
         QTest::addColumn<int>("error"); // -1: success
         QTest::addColumn<QString>("text");
 
-        QTest::newRow("text") << Backend::modelText(u"Antwort"_s) << -1 << u"Antwort"_s;
+        const auto unparsable = int(Kind::CannotParseResponse);
+        const auto badServer = int(Kind::BadServerResponse);
+        const QJsonObject good{{"ok", true}, {"text", "x"}};
         QTest::newRow("text kept untrimmed") << Backend::modelText(u"  Antwort \n"_s) << -1 << u"  Antwort \n"_s;
         QTest::newRow("empty text is an answer") << Backend::modelText(QString()) << -1 << QString();
-        const QString huge(10 * 1024 * 1024, u'x');
-        QTest::newRow("10 MB text") << Backend::modelText(huge) << -1 << huge;
-
-        const auto unparsable = int(Kind::CannotParseResponse);
         QTest::newRow("ok as a string") << Backend::envelope({{"ok", "true"}, {"text", "x"}}) << unparsable << QString();
-        QTest::newRow("ok false") << Backend::envelope({{"ok", false}, {"text", "x"}}) << unparsable << QString();
-        QTest::newRow("text missing") << Backend::envelope({{"ok", true}}) << unparsable << QString();
         QTest::newRow("text a number") << Backend::envelope({{"ok", true}, {"text", 5}}) << unparsable << QString();
-        QTest::newRow("array") << Backend::raw(200, "[{\"ok\":true,\"text\":\"x\"}]") << unparsable << QString();
-        QTest::newRow("html page") << Backend::raw(200, "<html><body>Wartung</body></html>", "text/html") << unparsable
-                                   << QString();
         QTest::newRow("truncated") << Backend::raw(200, "{\"ok\":true,\"text\":\"Antw") << unparsable << QString();
-        QTest::newRow("empty body") << Backend::raw(200, {}) << unparsable << QString();
         QTest::newRow("10 MB of garbage") << Backend::raw(200, QByteArray(10 * 1024 * 1024, '\xfe')) << unparsable
                                           << QString();
-
-        const auto badServer = int(Kind::BadServerResponse);
-        QTest::newRow("201 with a good body") << Backend::envelope({{"ok", true}, {"text", "x"}}, 201) << badServer
-                                              << QString();
-        QTest::newRow("401") << Backend::failure(401) << badServer << QString();
-        QTest::newRow("404 page") << Backend::raw(404, "<html>nope</html>", "text/html") << badServer << QString();
-        QTest::newRow("500 with a good body") << Backend::envelope({{"ok", true}, {"text", "x"}}, 500) << badServer
-                                              << QString();
+        QTest::newRow("201 with a good body") << Backend::envelope(good, 201) << badServer << QString();
+        QTest::newRow("500 with a good body") << Backend::envelope(good, 500) << badServer << QString();
         QTest::newRow("hang past the time-out") << Backend::hang() << int(Kind::Transport) << QString();
     }
     void callModelOutcomes()
@@ -245,13 +215,8 @@ private slots:
         QFETCH(Backend::Step, step);
         QFETCH(int, error);
         QFETCH(QString, text);
-        Backend backend;
-        backend.script(Backend::modelPath, {step});
-        ManualClock clock(wednesdayMorning);
-        ClaudeService service(backend.base(), clock);
-        service.setModelTimeout(shortTimeout);
-
-        const ModelReply reply = awaited(service.callModel(sonnet45, u"prompt"_s, 10));
+        Rig rig(Backend::modelPath, {step});
+        const ModelReply reply = awaited(rig.service.callModel(sonnet45, u"prompt"_s, 10));
         QCOMPARE(reply.isSuccess(), error < 0);
         if (error < 0) {
             QCOMPARE(reply.text(), text);
@@ -259,26 +224,34 @@ private slots:
             QCOMPARE(int(reply.error()->kind), error);
             QVERIFY(!reply.error()->description.contains(QString::fromUtf8(secretToken)));
         }
-        QCOMPARE(backend.requestCount(Backend::modelPath), 1);
+        QCOMPARE(rig.backend.requestCount(Backend::modelPath), 1);
     }
 
-    // The token is looked up for every request, from the environment first.
+    // The token is looked up for every request, from the environment first;
+    // an unusable backend address counts as no token.
     void tokenSources_data()
     {
         QTest::addColumn<QByteArray>("environment"); // null: unset
         QTest::addColumn<QByteArray>("file");        // null: no file
+        QTest::addColumn<QUrl>("base");              // empty: the scripted backend
         QTest::addColumn<QString>("token");          // empty: none available
 
-        QTest::newRow("environment wins") << QByteArray("env-token") << QByteArray("file-token") << u"env-token"_s;
-        QTest::newRow("file, trimmed") << QByteArray() << QByteArray("  file-token\n") << u"file-token"_s;
-        QTest::newRow("blank environment falls back") << QByteArray("  ") << QByteArray("file-token") << u"file-token"_s;
-        QTest::newRow("neither") << QByteArray() << QByteArray() << QString();
-        QTest::newRow("blank file") << QByteArray() << QByteArray("\n \n") << QString();
+        QTest::newRow("environment wins") << QByteArray("env-token") << QByteArray("file-token") << QUrl()
+                                          << u"env-token"_s;
+        QTest::newRow("file, trimmed") << QByteArray() << QByteArray("  file-token\n") << QUrl() << u"file-token"_s;
+        QTest::newRow("blank environment falls back") << QByteArray("  ") << QByteArray("file-token") << QUrl()
+                                                      << u"file-token"_s;
+        QTest::newRow("blank file") << QByteArray() << QByteArray("\n \n") << QUrl() << QString();
+        QTest::newRow("address without scheme") << QByteArray("t") << QByteArray() << QUrl(u"backend/_functions"_s)
+                                                << QString();
+        QTest::newRow("address not http") << QByteArray("t") << QByteArray() << QUrl(u"ftp://127.0.0.1/_functions"_s)
+                                          << QString();
     }
     void tokenSources()
     {
         QFETCH(QByteArray, environment);
         QFETCH(QByteArray, file);
+        QFETCH(QUrl, base);
         QFETCH(QString, token);
         environment.isNull() ? void(qunsetenv("KALVO_BACKEND_TOKEN")) : void(qputenv("KALVO_BACKEND_TOKEN", environment));
         if (!file.isNull())
@@ -288,7 +261,7 @@ private slots:
         backend.script(Backend::modelPath, {Backend::modelText(u"pong"_s)});
         backend.script(Backend::speechPath, {Backend::envelope({{"ok", true}, {"audioBase64", "SUQz"}})});
         ManualClock clock(wednesdayMorning);
-        ClaudeService service(backend.base(), clock);
+        ClaudeService service(base.isEmpty() ? backend.base() : base, clock);
 
         StdoutCapture capture;
         const ModelReply reply = awaited(service.callModel(sonnet45, u"ping"_s, 10));
@@ -298,7 +271,8 @@ private slots:
         if (token.isEmpty()) {
             QCOMPARE(reply.error()->kind, Kind::UserAuthenticationRequired);
             QVERIFY(!audio);
-            QCOMPARE(log, QStringList{u"[TTS] Kein App-Token verfügbar"_s});
+            // Only a missing token is worth a line; a bad address is not.
+            QCOMPARE(log, base.isEmpty() ? QStringList{u"[TTS] Kein App-Token verfügbar"_s} : QStringList());
             QVERIFY(backend.requests().isEmpty());
         } else {
             QVERIFY(reply.isSuccess());
@@ -306,26 +280,6 @@ private slots:
             QCOMPARE(backend.bodies(Backend::modelPath).first().value("token").toString(), token);
             QCOMPARE(backend.bodies(Backend::speechPath).first().value("token").toString(), token);
         }
-    }
-
-    void unusableBackendAddress_data()
-    {
-        QTest::addColumn<QUrl>("base");
-        QTest::newRow("empty") << QUrl();
-        QTest::newRow("no scheme") << QUrl(u"backend/_functions"_s);
-        QTest::newRow("not http") << QUrl(u"ftp://127.0.0.1/_functions"_s);
-    }
-    void unusableBackendAddress()
-    {
-        QFETCH(QUrl, base);
-        ManualClock clock(wednesdayMorning);
-        ClaudeService service(base, clock);
-        StdoutCapture capture;
-        const ModelReply reply = awaited(service.callModel(sonnet45, u"ping"_s, 10));
-        const std::optional<QByteArray> audio = awaited(service.synthesizeSpeech(u"Hallo"_s));
-        QCOMPARE(reply.error()->kind, Kind::UserAuthenticationRequired);
-        QVERIFY(!audio);
-        QCOMPARE(capture.lines(u"[TTS]"_s), QStringList());
     }
 
     void tokenFileIsPrivateToItsOwner()
@@ -360,123 +314,91 @@ private slots:
         QFETCH(Steps, steps);
         QFETCH(QString, model);
         QFETCH(QStringList, probed);
-        Backend backend;
-        backend.script(Backend::modelPath, steps);
-        ManualClock clock(wednesdayMorning);
-        ClaudeService service(backend.base(), clock);
-
-        QCOMPARE(awaited(service.findWorkingModel()), model);
-        QCOMPARE(service.workingModel(), model.isEmpty() ? std::nullopt : std::optional(model));
-        QCOMPARE(backend.models(), probed);
-        for (const QJsonObject &body : backend.bodies(Backend::modelPath)) {
+        Rig rig(Backend::modelPath, steps);
+        QCOMPARE(awaited(rig.service.findWorkingModel()), model);
+        QCOMPARE(rig.service.workingModel(), model.isEmpty() ? std::nullopt : std::optional(model));
+        QCOMPARE(rig.backend.models(), probed);
+        for (const QJsonObject &body : rig.backend.bodies(Backend::modelPath)) {
             QCOMPARE(body.value("maxTokens").toInt(), 10);
             QCOMPARE(body.value("prompt").toString(), u"ping"_s);
         }
-        QVERIFY(service.requestTimes().isEmpty()); // probes are not throttled
+        QVERIFY(rig.service.requestTimes().isEmpty()); // probes are not throttled
     }
 
     void workingModelSurvivesAFailedProbe()
     {
-        Backend backend;
-        backend.script(Backend::modelPath, Steps{Backend::failure(), Backend::modelText(u"pong"_s)}
-                                               + Steps(5, Backend::failure()) + Steps{Backend::failure()});
-        ManualClock clock(wednesdayMorning);
-        ClaudeService service(backend.base(), clock);
-        QCOMPARE(awaited(service.findWorkingModel()), opus45);
-        QCOMPARE(awaited(service.findWorkingModel()), QString());
-        QCOMPARE(service.workingModel(), std::optional(opus45));
+        Rig rig(Backend::modelPath, Steps{Backend::failure(), Backend::modelText(u"pong"_s)} + Steps(6, Backend::failure()));
+        QCOMPARE(awaited(rig.service.findWorkingModel()), opus45);
+        QCOMPARE(awaited(rig.service.findWorkingModel()), QString());
+        QCOMPARE(rig.service.workingModel(), std::optional(opus45));
         // A known model is used without a new probe, even after failures.
-        QVERIFY(!awaited(service.analyzeNews(fedItem())));
-        QCOMPARE(backend.models().last(), opus45);
-        QCOMPARE(backend.requestCount(Backend::modelPath), 8);
+        QVERIFY(!awaited(rig.service.analyzeNews(fedItem())));
+        QCOMPARE(rig.backend.models().last(), opus45);
+        QCOMPARE(rig.backend.requestCount(Backend::modelPath), 8);
     }
 
     // Quick scoring, overview and briefing use the working model and probe
-    // only while none is known.
-    void operationsOnTheWorkingModel_data()
-    {
-        QTest::addColumn<int>("operation");
-        QTest::addColumn<Steps>("steps");
-        QTest::addColumn<bool>("found");
-        QTest::addColumn<int>("requests");
-
-        const Backend::Step pong = Backend::modelText(u"pong"_s);
-        for (const auto &[name, operation] : {std::pair("scoring", Operation::QuickScoring),
-                                              std::pair("overview", Operation::Overview),
-                                              std::pair("briefing", Operation::Briefing)}) {
-            const int op = int(operation);
-            QTest::addRow("%s: no model answers", name) << op << Steps(5, Backend::failure()) << false << 5;
-            QTest::addRow("%s: answer", name) << op << Steps{pong, Backend::modelText(u"{\"relevant\":false}"_s)}
-                                              << true << 2;
-            QTest::addRow("%s: prose", name) << op << Steps{pong, Backend::modelText(prose)} << false << 2;
-            QTest::addRow("%s: backend fails", name) << op << Steps{pong, Backend::failure(503)} << false << 2;
-            QTest::addRow("%s: time-out", name) << op << Steps{pong, Backend::hang()} << false << 2;
-        }
-    }
-    void operationsOnTheWorkingModel()
-    {
-        QFETCH(int, operation);
-        QFETCH(Steps, steps);
-        QFETCH(bool, found);
-        QFETCH(int, requests);
-        Backend backend;
-        backend.script(Backend::modelPath, steps);
-        ManualClock clock(wednesdayMorning);
-        ClaudeService service(backend.base(), clock);
-        service.setModelTimeout(shortTimeout);
-
-        QCOMPARE(run(service, Operation(operation)), found);
-        QCOMPARE(backend.requestCount(Backend::modelPath), requests);
-        // Only a request after a successful probe takes a limiter slot.
-        QCOMPARE(service.requestTimes().size(), requests == 2 ? 1 : 0);
-    }
-
-    // The deep analysis stops at the first model that answers; the
-    // instrument analysis goes on until an answer holds JSON.
-    void strongestModelWalks_data()
+    // only while none is known; the deep analysis stops at the first model
+    // that answers; the instrument analysis goes on until an answer holds JSON.
+    void modelChoice_data()
     {
         QTest::addColumn<int>("operation");
         QTest::addColumn<Steps>("steps");
         QTest::addColumn<bool>("found");
         QTest::addColumn<QStringList>("asked");
+        QTest::addColumn<int>("taken"); // limiter entries afterwards
 
+        const Backend::Step pong = Backend::modelText(u"pong"_s);
+        const QStringList probes{sonnet45, opus45, haiku35, sonnet35, haiku3};
+        const QStringList strongestFirst{opus45, sonnet45, haiku35, sonnet35, haiku3};
+        const QStringList probedThenUsed{sonnet45, sonnet45};
+        const int scoring = int(Operation::QuickScoring);
+        const int overview = int(Operation::Overview);
+        const int briefing = int(Operation::Briefing);
         const int deep = int(Operation::DeepAnalysis);
         const int instrument = int(Operation::Instrument);
-        const QStringList all{opus45, sonnet45, haiku35, sonnet35, haiku3}; // strongest first, no repeats
+        const Steps answer{pong, Backend::modelText(u"{\"relevant\":false}"_s)};
+
+        QTest::newRow("scoring: no model answers") << scoring << Steps(5, Backend::failure()) << false << probes << 0;
+        QTest::newRow("scoring: answer") << scoring << answer << true << probedThenUsed << 1;
+        QTest::newRow("scoring: prose") << scoring << Steps{pong, Backend::modelText(prose)} << false << probedThenUsed << 1;
+        QTest::newRow("scoring: time-out") << scoring << Steps{pong, Backend::hang()} << false << probedThenUsed << 1;
+        QTest::newRow("overview: no model answers") << overview << Steps(5, Backend::failure()) << false << probes << 0;
+        QTest::newRow("overview: answer") << overview << answer << true << probedThenUsed << 1;
+        QTest::newRow("overview: backend fails") << overview << Steps{pong, Backend::failure(503)} << false
+                                                 << probedThenUsed << 1;
+        QTest::newRow("briefing: no model answers") << briefing << Steps(5, Backend::failure()) << false << probes << 0;
+        QTest::newRow("briefing: answer") << briefing << answer << true << probedThenUsed << 1;
+
         QTest::newRow("deep: time-out, then prose ends the walk")
             << deep << Steps{Backend::hang(), Backend::modelText(prose), Backend::modelText(deepReply)} << false
-            << QStringList{opus45, sonnet45};
+            << QStringList{opus45, sonnet45} << 1;
         QTest::newRow("deep: failure, then an answer")
-            << deep << Steps{Backend::failure(), Backend::modelText(deepReply)} << true << QStringList{opus45, sonnet45};
-        QTest::newRow("deep: first answer unusable")
-            << deep << Steps{Backend::modelText(prose), Backend::modelText(deepReply)} << false << QStringList{opus45};
-        QTest::newRow("deep: all fail") << deep << Steps(5, Backend::failure()) << false << all;
-        QTest::newRow("instrument: prose moves on")
-            << instrument << Steps{Backend::modelText(prose), Backend::modelText(verdictReply)} << true
-            << QStringList{opus45, sonnet45};
-        QTest::newRow("instrument: failure, broken envelope, answer")
+            << deep << Steps{Backend::failure(), Backend::modelText(deepReply)} << true << QStringList{opus45, sonnet45}
+            << 1;
+        QTest::newRow("deep: all fail") << deep << Steps(5, Backend::failure()) << false << strongestFirst << 1;
+        QTest::newRow("instrument: failure, broken envelope, time-out, prose, answer")
             << instrument
-            << Steps{Backend::failure(), Backend::raw(200, "<html>"), Backend::hang(), Backend::modelText(verdictReply)}
-            << true << QStringList{opus45, sonnet45, haiku35, sonnet35};
+            << Steps{Backend::failure(), Backend::raw(200, "<html>"), Backend::hang(), Backend::modelText(prose),
+                     Backend::modelText(verdictReply)}
+            << true << strongestFirst << 1;
         QTest::newRow("instrument: prose everywhere") << instrument << Steps(5, Backend::modelText(prose)) << false
-                                                      << all;
+                                                      << strongestFirst << 1;
     }
-    void strongestModelWalks()
+    void modelChoice()
     {
         QFETCH(int, operation);
         QFETCH(Steps, steps);
         QFETCH(bool, found);
         QFETCH(QStringList, asked);
-        Backend backend;
-        backend.script(Backend::modelPath, steps);
-        ManualClock clock(wednesdayMorning);
-        ClaudeService service(backend.base(), clock);
-        service.setModelTimeout(shortTimeout);
-
-        QCOMPARE(run(service, Operation(operation)), found);
-        QCOMPARE(backend.models(), asked);
-        QCOMPARE(service.requestTimes().size(), 1); // one limiter slot for the whole walk
-        QCOMPARE(service.workingModel(), std::nullopt);
+        QFETCH(int, taken);
+        Rig rig(Backend::modelPath, steps);
+        QCOMPARE(run(rig.service, Operation(operation)), found);
+        QCOMPARE(rig.backend.models(), asked);
+        // Only a request after a successful probe, or a whole walk, takes a slot.
+        QCOMPARE(rig.service.requestTimes().size(), taken);
+        if (operation == int(Operation::DeepAnalysis) || operation == int(Operation::Instrument))
+            QCOMPARE(rig.service.workingModel(), std::nullopt);
     }
 
     void promptsOnTheWire_data()
@@ -513,13 +435,9 @@ private slots:
         QFETCH(QString, model);
         QFETCH(int, maxTokens);
         QFETCH(QString, prompt);
-        Backend backend;
-        backend.script(Backend::modelPath, Steps(2, Backend::modelText(u"{}"_s)));
-        ManualClock clock(now);
-        ClaudeService service(backend.base(), clock);
-
-        QVERIFY(run(service, Operation(operation)));
-        const QJsonObject sent = backend.bodies(Backend::modelPath).last();
+        Rig rig(Backend::modelPath, Steps(2, Backend::modelText(u"{}"_s)), now);
+        QVERIFY(run(rig.service, Operation(operation)));
+        const QJsonObject sent = rig.backend.bodies(Backend::modelPath).last();
         QCOMPARE(sent.value("model").toString(), model);
         QCOMPARE(sent.value("maxTokens").toInt(), maxTokens);
         QCOMPARE(sent.value("prompt").toString(), prompt);
@@ -531,11 +449,8 @@ private slots:
         QTest::addColumn<bool>("withNews");
         QTest::addColumn<Steps>("steps"); // after a probe that succeeds
         QTest::addColumn<QStringList>("expected"); // title, text, key points...; empty: absent
-        QTest::addColumn<int>("requests");
 
-        const QString reply = uR"({"briefing_text":"Guten Morgen.","key_points":["A"]})"_s;
-        const QString saturdayDetail = u"Märkte öffnen Sonntag ~22:00 UTC"_s;
-        const QString sundayDetail = u"Öffnet in 1h 30m (So 22:00 UTC)"_s;
+        const Steps reply{Backend::modelText(uR"({"briefing_text":"Guten Morgen.","key_points":["A"]})"_s)};
         const auto weekendFallback = [](const QString &detail) {
             return QStringList{u"Wochenende — Märkte geschlossen"_s,
                                u"Die Forex-Märkte sind aktuell geschlossen. "_s + detail
@@ -547,23 +462,16 @@ private slots:
             << wednesdayMorning << false << Steps()
             << QStringList{u"Keine neuen News"_s,
                            u"Aktuell liegen keine neuen, relevanten Marktmeldungen vor. Beobachte die nächsten Kalenderereignisse für frische Impulse."_s,
-                           u"Keine neuen Headlines"_s}
-            << 1;
-        QTest::newRow("open, reply without title") << wednesdayMorning << true << Steps{Backend::modelText(reply)}
-                                                   << QStringList{u"Live Briefing"_s, u"Guten Morgen."_s, u"A"_s} << 2;
-        QTest::newRow("open, time-out") << wednesdayMorning << true << Steps{Backend::hang()} << QStringList() << 2;
-        QTest::newRow("weekend, reply without title") << saturday << true << Steps{Backend::modelText(reply)}
-                                                      << QStringList{u"Wochenend-Briefing"_s, u"Guten Morgen."_s, u"A"_s}
-                                                      << 2;
-        QTest::newRow("weekend, no news still asks") << saturday << false << Steps{Backend::modelText(reply)}
-                                                     << QStringList{u"Wochenend-Briefing"_s, u"Guten Morgen."_s, u"A"_s}
-                                                     << 2;
+                           u"Keine neuen Headlines"_s};
+        QTest::newRow("open, reply without title") << wednesdayMorning << true << reply
+                                                   << QStringList{u"Live Briefing"_s, u"Guten Morgen."_s, u"A"_s};
+        QTest::newRow("open, time-out") << wednesdayMorning << true << Steps{Backend::hang()} << QStringList();
+        QTest::newRow("weekend, no news still asks") << saturday << false << reply
+                                                     << QStringList{u"Wochenend-Briefing"_s, u"Guten Morgen."_s, u"A"_s};
         QTest::newRow("weekend, time-out") << saturday << true << Steps{Backend::hang()}
-                                           << weekendFallback(saturdayDetail) << 2;
+                                           << weekendFallback(u"Märkte öffnen Sonntag ~22:00 UTC"_s);
         QTest::newRow("weekend, prose") << sundayBeforeOpen << true << Steps{Backend::modelText(prose)}
-                                        << weekendFallback(sundayDetail) << 2;
-        QTest::newRow("weekend, backend fails") << saturday << false << Steps{Backend::failure(502)}
-                                                << weekendFallback(saturdayDetail) << 2;
+                                        << weekendFallback(u"Öffnet in 1h 30m (So 22:00 UTC)"_s);
     }
     void briefingBranches()
     {
@@ -571,24 +479,19 @@ private slots:
         QFETCH(bool, withNews);
         QFETCH(Steps, steps);
         QFETCH(QStringList, expected);
-        QFETCH(int, requests);
-        Backend backend;
-        backend.script(Backend::modelPath, Steps{Backend::modelText(u"pong"_s)} + steps);
-        ManualClock clock(now);
-        ClaudeService service(backend.base(), clock);
-        service.setModelTimeout(shortTimeout);
+        Rig rig(Backend::modelPath, Steps{Backend::modelText(u"pong"_s)} + steps, now);
 
         const std::optional<LiveBriefing> briefing =
-            awaited(service.generateLiveBriefing(withNews ? workedNews() : QList<NewsItem>(), workedEvents()));
-        QCOMPARE(backend.requestCount(Backend::modelPath), requests);
+            awaited(rig.service.generateLiveBriefing(withNews ? workedNews() : QList<NewsItem>(), workedEvents()));
+        QCOMPARE(rig.backend.requestCount(Backend::modelPath), 1 + steps.size());
         QCOMPARE(briefing.has_value(), !expected.isEmpty());
         if (!briefing)
             return;
         QCOMPARE(QStringList({briefing->title, briefing->text}) + briefing->keyPoints, expected);
         QVERIFY(briefing->watchNext.isEmpty());
         QVERIFY(!briefing->audioData);
-        if (!withNews && requests == 2)
-            QVERIFY(backend.bodies(Backend::modelPath).last().value("prompt").toString().contains(
+        if (!withNews && !steps.isEmpty())
+            QVERIFY(rig.backend.bodies(Backend::modelPath).last().value("prompt").toString().contains(
                 u"Letzte bekannte News:\n- Keine News\n"_s));
     }
 
@@ -606,7 +509,6 @@ private slots:
         QTest::newRow("39 in the window pass") << QList<int>(39, 10'000) << 50'000 << 40 << 0 << 40;
         QTest::newRow("an entry exactly 60 s old is dropped") << forty << 60'000 << 40 << 0 << 40;
         QTest::newRow("an entry just under 60 s old counts") << forty << 59'999 << 40 << 1'001 << 41;
-        QTest::newRow("all older than a minute") << QList<int>(40, 0) << 70'000 << 40 << 0 << 1;
         QTest::newRow("limit of 3") << QList<int>{0, 20'000, 40'000} << 45'000 << 3 << 16'000 << 4;
     }
     void throttle()
@@ -672,45 +574,50 @@ private slots:
     void speechOutcomes_data()
     {
         QTest::addColumn<Backend::Step>("step");
+        QTest::addColumn<QString>("text");
+        QTest::addColumn<QString>("sent"); // null: the text itself
         QTest::addColumn<QByteArray>("audio"); // null: absent
         QTest::addColumn<QString>("logLine");  // ends in "…": compared as a prefix
 
         const QByteArray mp3("ID3\x04\x00\x00\x00", 7);
+        const QString morning = u"Guten Morgen."_s;
+        const QString failed = u"[TTS] Fehler HTTP 500: backend failure"_s;
         QTest::newRow("audio") << Backend::envelope({{"ok", true}, {"audioBase64", QString::fromLatin1(mp3.toBase64())}})
-                               << mp3 << u"[TTS] Erfolg — 7 Bytes MP3"_s;
-        QTest::newRow("empty audio") << Backend::envelope({{"ok", true}, {"audioBase64", ""}}) << QByteArray("")
-                                     << u"[TTS] Erfolg — 0 Bytes MP3"_s;
-        QTest::newRow("200 with ok false") << Backend::raw(200, "{\"ok\":false,\"error\":\"quota\"}") << QByteArray()
-                                           << u"[TTS] Fehler HTTP 200: {\"ok\":false,\"error\":\"quota\"}"_s;
-        QTest::newRow("200 with audio that is no base64") << Backend::raw(200, "{\"ok\":true,\"audioBase64\":\"%%%%\"}")
-                                                          << QByteArray()
-                                                          << u"[TTS] Fehler HTTP 200: {\"ok\":true,\"audioBase64\":\"%%%%\"}"_s;
+                               << morning << QString() << mp3 << u"[TTS] Erfolg — 7 Bytes MP3"_s;
+        QTest::newRow("empty audio") << Backend::envelope({{"ok", true}, {"audioBase64", ""}}) << morning << QString()
+                                     << QByteArray("") << u"[TTS] Erfolg — 0 Bytes MP3"_s;
+        QTest::newRow("200 with ok false") << Backend::raw(200, "{\"ok\":false,\"error\":\"quota\"}") << morning << QString()
+                                           << QByteArray() << u"[TTS] Fehler HTTP 200: {\"ok\":false,\"error\":\"quota\"}"_s;
         QTest::newRow("200 with unpadded base64") << Backend::raw(200, "{\"ok\":true,\"audioBase64\":\"SUQzBA\"}")
-                                                  << QByteArray()
+                                                  << morning << QString() << QByteArray()
                                                   << u"[TTS] Fehler HTTP 200: {\"ok\":true,\"audioBase64\":\"SUQzBA\"}"_s;
-        QTest::newRow("500") << Backend::raw(500, "boom", "text/plain") << QByteArray()
-                             << u"[TTS] Fehler HTTP 500: boom"_s;
-        QTest::newRow("503 with bytes that are no UTF-8") << Backend::raw(503, "\xff\xfe\x80", "text/plain")
-                                                          << QByteArray()
-                                                          << u"[TTS] Fehler HTTP 503: (keine Details)"_s;
+        QTest::newRow("503 with bytes that are no UTF-8") << Backend::raw(503, "\xff\xfe\x80", "text/plain") << morning
+                                                          << QString() << QByteArray() << u"[TTS] Fehler HTTP 503: (keine Details)"_s;
         QTest::newRow("echoed token is masked")
-            << Backend::raw(401, "invalid token " + secretToken, "text/plain") << QByteArray()
+            << Backend::raw(401, "invalid token " + secretToken, "text/plain") << morning << QString() << QByteArray()
             << u"[TTS] Fehler HTTP 401: invalid token ***"_s;
-        QTest::newRow("hang past the time-out") << Backend::hang() << QByteArray() << u"[TTS] Netzwerkfehler: …"_s;
+        QTest::newRow("hang past the time-out") << Backend::hang() << morning << QString() << QByteArray()
+                                                << u"[TTS] Netzwerkfehler: …"_s;
+        const QString a(u'a');
+        QTest::newRow("5000 characters") << Backend::failure() << a.repeated(5000) << a.repeated(4096) << QByteArray()
+                                         << failed;
+        QTest::newRow("exactly 4096 characters") << Backend::failure() << a.repeated(4096) << QString() << QByteArray()
+                                                 << failed;
+        QTest::newRow("accent on the last character")
+            << Backend::failure() << a.repeated(4095) + u"e\u0301"_s + a.repeated(10) << a.repeated(4095) + u"e\u0301"_s
+            << QByteArray() << failed;
     }
     void speechOutcomes()
     {
         QFETCH(Backend::Step, step);
+        QFETCH(QString, text);
+        QFETCH(QString, sent);
         QFETCH(QByteArray, audio);
         QFETCH(QString, logLine);
-        Backend backend;
-        backend.script(Backend::speechPath, {step});
-        ManualClock clock(wednesdayMorning);
-        ClaudeService service(backend.base(), clock);
-        service.setSpeechTimeout(shortTimeout);
+        Rig rig(Backend::speechPath, {step});
 
         StdoutCapture capture;
-        const std::optional<QByteArray> result = awaited(service.synthesizeSpeech(u"Guten Morgen."_s));
+        const std::optional<QByteArray> result = awaited(rig.service.synthesizeSpeech(text));
         const QStringList log = capture.lines(u"[TTS]"_s);
 
         QCOMPARE(result.has_value(), !audio.isNull());
@@ -725,41 +632,16 @@ private slots:
         }
         QVERIFY(!log.first().contains(QString::fromUtf8(secretToken)));
 
-        QCOMPARE(backend.requests().size(), 1);
-        const sim::RecordedRequest &request = backend.requests().first();
+        QCOMPARE(rig.backend.requests().size(), 1);
+        const sim::RecordedRequest &request = rig.backend.requests().first();
         QCOMPARE(request.method, "POST");
         QCOMPARE(request.headers.value("content-type"), "application/json");
         QCOMPARE(QJsonDocument::fromJson(request.body).object(),
                  (QJsonObject{{"token", QString::fromUtf8(secretToken)},
                               {"model", "tts-1"},
                               {"voice", "alloy"},
-                              {"text", "Guten Morgen."}}));
-        QVERIFY(service.requestTimes().isEmpty()); // speech is not throttled
-    }
-
-    void speechTextIsCutAt4096Characters_data()
-    {
-        QTest::addColumn<QString>("text");
-        QTest::addColumn<QString>("sent");
-        const QString a(u'a');
-        QTest::newRow("5000 characters") << a.repeated(5000) << a.repeated(4096);
-        QTest::newRow("exactly 4096") << a.repeated(4096) << a.repeated(4096);
-        QTest::newRow("accent on the last character")
-            << a.repeated(4095) + u"e\u0301"_s + a.repeated(10) << a.repeated(4095) + u"e\u0301"_s;
-    }
-    void speechTextIsCutAt4096Characters()
-    {
-        QFETCH(QString, text);
-        QFETCH(QString, sent);
-        Backend backend;
-        backend.script(Backend::speechPath, {Backend::failure()});
-        ManualClock clock(wednesdayMorning);
-        ClaudeService service(backend.base(), clock);
-        StdoutCapture capture; // keeps the error line out of the test log
-        const std::optional<QByteArray> audio = awaited(service.synthesizeSpeech(text));
-        QCOMPARE(capture.lines(u"[TTS]"_s).size(), 1); // ends the capture, so failures below are seen
-        QVERIFY(!audio);
-        QCOMPARE(backend.bodies(Backend::speechPath).first().value("text").toString(), sent);
+                              {"text", sent.isNull() ? text : sent}}));
+        QVERIFY(rig.service.requestTimes().isEmpty()); // speech is not throttled
     }
 };
 

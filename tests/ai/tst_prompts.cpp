@@ -9,41 +9,23 @@ using namespace kalvo;
 
 namespace {
 
-NewsItem headline(const QString &title, const QString &source, double score,
-                  std::optional<QString> analysedHeadline = std::nullopt)
+NewsItem headline(const QString &title, const QString &source, double score)
 {
-    NewsItem item;
-    item.id = title;
-    item.title = title;
-    item.source = source;
-    item.score = score;
-    if (analysedHeadline) {
-        NewsAnalysis analysis;
-        analysis.headline = *analysedHeadline;
-        item.analysis = analysis;
-    }
-    return item;
-}
-
-CalendarEvent calendarEvent(const QString &display, const QString &currency, CalendarEvent::Impact impact,
-                            const QString &title)
-{
-    CalendarEvent event;
-    event.id = title;
-    event.timeDisplay = display;
-    event.currency = currency;
-    event.impact = impact;
-    event.event = title;
-    return event;
+    return {.id = title, .title = title, .source = source, .score = score};
 }
 
 // Headlines from sources S01, S02, ... and events E01, E02, ..., so that a
 // prompt shows how many of each it took.
+QString numbered(QChar prefix, int i)
+{
+    return prefix + u"%1"_s.arg(i, 2, 10, QChar(u'0'));
+}
+
 QList<NewsItem> numberedNews(int count)
 {
     QList<NewsItem> news;
     for (int i = 1; i <= count; ++i)
-        news.append(headline(u"Headline"_s, u"S%1"_s.arg(i, 2, 10, QChar(u'0')), 5));
+        news.append(headline(u"Headline"_s, numbered(u'S', i), 5));
     return news;
 }
 
@@ -51,7 +33,8 @@ QList<CalendarEvent> numberedEvents(int count)
 {
     QList<CalendarEvent> events;
     for (int i = 1; i <= count; ++i)
-        events.append(calendarEvent(u"10:00"_s, u"EUR"_s, CalendarEvent::Impact::Low, u"E%1"_s.arg(i, 2, 10, QChar(u'0'))));
+        events.append({.id = numbered(u'E', i), .timeDisplay = u"10:00"_s, .currency = u"EUR"_s,
+                       .event = numbered(u'E', i), .impact = CalendarEvent::Impact::Low});
     return events;
 }
 
@@ -70,9 +53,8 @@ QString highestNumbered(const QString &block, QChar prefix)
 {
     QString highest;
     for (int i = 1; i <= 99; ++i) {
-        const QString tag = prefix + u"%1"_s.arg(i, 2, 10, QChar(u'0'));
-        if (block.contains(tag))
-            highest = tag;
+        if (block.contains(numbered(prefix, i)))
+            highest = numbered(prefix, i);
     }
     return highest;
 }
@@ -101,8 +83,10 @@ private slots:
         QTest::newRow("negative fraction cut toward zero") << headline(u"T"_s, u"S"_s, -0.5) << u"- [0/10] T (S)"_s
                                                            << u"- T (S)"_s;
         QTest::newRow("not a number") << headline(u"T"_s, u"S"_s, qQNaN()) << u"- [0/10] T (S)"_s << u"- T (S)"_s;
-        QTest::newRow("empty model headline stays empty") << headline(u"Fed holds"_s, u"Reuters"_s, 5, QString())
-                                                          << u"- [5/10]  (Reuters)"_s << u"-  (Reuters)"_s;
+        NewsItem emptyHeadline = headline(u"Fed holds"_s, u"Reuters"_s, 5);
+        emptyHeadline.analysis = NewsAnalysis{.headline = QString()};
+        QTest::newRow("empty model headline stays empty") << emptyHeadline << u"- [5/10]  (Reuters)"_s
+                                                          << u"-  (Reuters)"_s;
     }
     void newsLines()
     {
@@ -195,7 +179,6 @@ private slots:
 
         const QString a = QString(u'a');
         QTest::newRow("1500 characters") << a.repeated(1500) << a.repeated(1000) << a.repeated(800);
-        QTest::newRow("shorter than both cuts") << u"Kurz."_s << u"Kurz."_s << u"Kurz."_s;
         const QString accented = u"e\u0301"_s;
         QTest::newRow("combining accent at the quick cut")
             << a.repeated(999) + accented + a.repeated(600) << a.repeated(999) + accented << a.repeated(800);
@@ -220,13 +203,9 @@ private slots:
         QTest::addColumn<double>("value");
         QTest::addColumn<QString>("price");  // C "%.5g"
         QTest::addColumn<QString>("change"); // C "%+.3f"
-        QTest::newRow("no quote") << 0.0 << u"0"_s << u"+0.000"_s;
         QTest::newRow("EUR/USD") << 1.085512 << u"1.0855"_s << u"+1.086"_s;
-        QTest::newRow("gold") << 2034.567 << u"2034.6"_s << u"+2034.567"_s;
         QTest::newRow("trailing zeros dropped") << 104.5 << u"104.5"_s << u"+104.500"_s;
-        QTest::newRow("negative change") << -0.4567 << u"-0.4567"_s << u"-0.457"_s;
         QTest::newRow("tiny negative keeps its sign") << -0.0001 << u"-0.0001"_s << u"-0.000"_s;
-        QTest::newRow("one decimal") << 1.2 << u"1.2"_s << u"+1.200"_s;
         QTest::newRow("small") << 0.000123456 << u"0.00012346"_s << u"+0.000"_s;
         QTest::newRow("large switches to exponent") << 123456.7 << u"1.2346e+05"_s << u"+123456.700"_s;
     }

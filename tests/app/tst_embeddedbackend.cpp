@@ -116,12 +116,10 @@ private slots:
         const QString rerootedFeed = u"http://127.0.0.1:9/news/business/rss.xml"_s;
         const QString key = u"sk-ant-1"_s;
 
-        QTest::newRow("no file, no key") << QByteArray("-") << QString() << QString() << none << defaultBackend
+        QTest::newRow("no file, an OpenAI key alone") << QByteArray("-") << QString() << u"sk-oa"_s << none << defaultBackend
                                          << defaultBbcFeed << 0;
         QTest::newRow("no file, a Claude key") << QByteArray("-") << key << QString() << embedded << u"embedded"_s
                                                << defaultBbcFeed << 0;
-        QTest::newRow("an OpenAI key alone is not enough")
-            << QByteArray("-") << QString() << u"sk-oa"_s << none << defaultBackend << defaultBbcFeed << 0;
         QTest::newRow("the file names a backend")
             << QByteArray("{\"backend\": \"https://ai.example.org/_functions\"}") << key << QString() << named
             << u"https://ai.example.org/_functions"_s << defaultBbcFeed << 0;
@@ -134,8 +132,6 @@ private slots:
                                             << rerootedFeed << 0;
         QTest::newRow("unreadable file") << QByteArray("!") << key << QString() << embedded << u"embedded"_s
                                          << defaultBbcFeed << 1;
-        QTest::newRow("file that is no JSON object") << QByteArray("[1, 2]") << key << QString() << embedded
-                                                     << u"embedded"_s << defaultBbcFeed << 1;
     }
 
     void choosesTheBackend()
@@ -188,12 +184,6 @@ private slots:
         QTest::addColumn<QByteArray>("sentClaude"); // x-api-key the vendor receives
         QTest::addColumn<QByteArray>("sentOpenai"); // bearer key; empty: no speech request at all
 
-        QTest::newRow("keys from the environment")
-            << u"sk-ant-env"_s << QString() << u"sk-oa-env"_s << QString() << QByteArray("sk-ant-env")
-            << QByteArray("sk-oa-env");
-        QTest::newRow("keys from the configuration")
-            << QString() << u"sk-ant-cfg"_s << QString() << u"sk-oa-cfg"_s << QByteArray("sk-ant-cfg")
-            << QByteArray("sk-oa-cfg");
         QTest::newRow("the environment wins")
             << u"sk-ant-env"_s << u"sk-ant-cfg"_s << u"sk-oa-env"_s << u"sk-oa-cfg"_s << QByteArray("sk-ant-env")
             << QByteArray("sk-oa-env");
@@ -309,23 +299,18 @@ private slots:
         DemoMode demo;
         QVERIFY(demo.start());
         QCOMPARE(ConfigFiles::load().claudeApiKey, u"demo"_s);
-        const Endpoints endpoints = demo.endpoints();
-        const QUrl backend(endpoints.url(u"backend"_s));
-        const QUrl feed(endpoints.url(u"feed.bbc_business"_s));
-        QCOMPARE(backend.host(), u"127.0.0.1"_s);
-        QCOMPARE(backend.path(), u"/_functions"_s);
+        const QUrl backend(demo.endpoints().url(u"backend"_s));
+        const QUrl feed(demo.endpoints().url(u"feed.bbc_business"_s));
+        QCOMPARE(backend.toString(), u"http://127.0.0.1:%1/_functions"_s.arg(backend.port()));
         QCOMPARE(feed.host(), u"127.0.0.1"_s);
         QVERIFY(feed.port() != backend.port()); // markets from the simulator, AI from the backend
 
         ManualClock clock(test::utc(2024, 5, 8, 10, 15));
         ClaudeService client(backend, clock);
-        NewsItem item;
-        item.id = u"demo-news"_s;
-        item.title = u"Fed cuts rates by 50bp in surprise move"_s;
-        item.source = u"Reuters"_s;
+        const NewsItem item{.id = u"demo-news"_s, .title = u"Fed cuts rates by 50bp in surprise move"_s,
+                            .source = u"Reuters"_s};
         const std::optional<NewsAnalysis> scored = awaited(client.analyzeNews(item));
-        QVERIFY(scored);
-        QVERIFY(scored->relevant && scored->score >= 8);
+        QVERIFY(scored && scored->relevant && scored->score >= 8);
         const std::optional<QByteArray> audio = awaited(client.synthesizeSpeech(u"Die Märkte sind offen."_s));
         QVERIFY(audio && audio->size() > 1000);
     }

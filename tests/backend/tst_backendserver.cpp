@@ -62,15 +62,6 @@ private slots:
         QTest::newRow("probe") << u"ping"_s << QString();
         QTest::newRow("quick scoring") << prompts::quickScoring(u"Fed cuts rates"_s, u"Reuters"_s, u"c"_s)
                                        << u"urgency"_s;
-        QTest::newRow("deep analysis") << prompts::deepAnalysis(u"Fed cuts rates"_s, u"Reuters"_s, u"c"_s)
-                                       << u"strategy"_s;
-        QTest::newRow("market overview") << prompts::marketOverview(prompts::sampleNews(), {u"EUR/USD"_s})
-                                         << u"top_pair"_s;
-        QTest::newRow("live briefing") << prompts::openBriefing(u"US SESSION"_s, u"New York aktiv"_s,
-                                                                prompts::sampleNews(), prompts::sampleEvents())
-                                       << u"briefing_text"_s;
-        QTest::newRow("weekend briefing") << prompts::weekendBriefing(prompts::sampleNews(), {})
-                                          << u"briefing_text"_s;
         QTest::newRow("instrument analysis")
             << prompts::instrumentAnalysis(u"USD/JPY"_s, 151.2, -0.3, prompts::sampleNews(), prompts::sampleEvents())
             << u"scenarios"_s;
@@ -115,20 +106,14 @@ private slots:
 
         QTest::newRow("not JSON") << post << model << QByteArray("{\"token\": ") << 400 << u"malformed JSON"_s;
         QTest::newRow("JSON array") << post << model << QByteArray("[1,2]") << 400 << u"malformed JSON"_s;
-        QTest::newRow("empty body") << post << model << QByteArray() << 400 << u"malformed JSON"_s;
-        QTest::newRow("no token") << post << model << without(good, u"token"_s) << 401 << u"unauthorized"_s;
         QTest::newRow("token a number") << post << model << with(good, u"token"_s, 7) << 401 << u"unauthorized"_s;
-        QTest::newRow("wrong token") << post << model << with(good, u"token"_s, u"guess"_s) << 401 << u"unauthorized"_s;
         QTest::newRow("token prefix") << post << model << with(good, u"token"_s, alpha.left(alpha.size() - 1)) << 401
                                       << u"unauthorized"_s;
-        QTest::newRow("token with suffix") << post << model << with(good, u"token"_s, alpha + u'x') << 401
-                                           << u"unauthorized"_s;
         QTest::newRow("token in other case") << post << model << with(good, u"token"_s, alpha.toUpper()) << 401
                                              << u"unauthorized"_s;
         QTest::newRow("empty token") << post << model << with(good, u"token"_s, QString()) << 401 << u"unauthorized"_s;
         QTest::newRow("speech without token") << post << tts << without(speech, u"token"_s) << 401
                                               << u"unauthorized"_s;
-        QTest::newRow("no model") << post << model << without(good, u"model"_s) << 400 << u"model missing"_s;
         QTest::newRow("model a number") << post << model << with(good, u"model"_s, 4) << 400 << u"model missing"_s;
         QTest::newRow("maxTokens text") << post << model << with(good, u"maxTokens"_s, u"350"_s) << 400
                                         << u"maxTokens invalid"_s;
@@ -138,7 +123,6 @@ private slots:
                                             << u"maxTokens invalid"_s;
         QTest::newRow("maxTokens huge") << post << model << with(good, u"maxTokens"_s, 1e9) << 400
                                         << u"maxTokens invalid"_s;
-        QTest::newRow("no prompt") << post << model << without(good, u"prompt"_s) << 400 << u"prompt missing"_s;
         QTest::newRow("blank prompt") << post << model << with(good, u"prompt"_s, u"  \n"_s) << 400
                                       << u"prompt missing"_s;
         QTest::newRow("unknown prompt") << post << model << with(good, u"prompt"_s, u"Wie wird das Wetter?"_s) << 422
@@ -178,8 +162,6 @@ private slots:
         QTest::addColumn<QStringList>("steps"); // "a"/"b": a call with that token; "+ms": time passes
         QTest::addColumn<QList<int>>("statuses"); // one per call
 
-        QTest::newRow("burst, then refused") << QStringList{u"a"_s, u"a"_s, u"a"_s, u"a"_s}
-                                             << QList<int>{200, 200, 200, 429};
         QTest::newRow("tokens have their own buckets") << QStringList{u"a"_s, u"a"_s, u"a"_s, u"a"_s, u"b"_s}
                                                        << QList<int>{200, 200, 200, 429, 200};
         QTest::newRow("one request per second comes back")
@@ -220,14 +202,12 @@ private slots:
         Harness harness([](BackendOptions &options) {
             options.release = {u"2.3.1"_s, u"https://example.org/kalvo-2.3.1.dmg"_s, u"Neue Briefings"_s};
         });
-        for (const QString &path : {u"/appVersion"_s, u"-dev/appVersion"_s}) {
-            const QUrl url(u"http://127.0.0.1:%1/_functions%2"_s.arg(harness.port).arg(path));
-            const test::HttpResult result = test::get(harness.network, url);
-            QCOMPARE(result.status, 200);
-            QCOMPARE(result.json(), (QJsonObject{{u"version"_s, u"2.3.1"_s},
-                                                 {u"downloadUrl"_s, u"https://example.org/kalvo-2.3.1.dmg"_s},
-                                                 {u"releaseNotes"_s, u"Neue Briefings"_s}}));
-        }
+        const QJsonObject expected{{u"version"_s, u"2.3.1"_s},
+                                   {u"downloadUrl"_s, u"https://example.org/kalvo-2.3.1.dmg"_s},
+                                   {u"releaseNotes"_s, u"Neue Briefings"_s}};
+        QCOMPARE(test::get(harness.network, harness.url(u"/appVersion"_s)).json(), expected);
+        const QUrl dev(u"http://127.0.0.1:%1/_functions-dev/appVersion"_s.arg(harness.port));
+        QCOMPARE(test::get(harness.network, dev).json(), expected);
         Harness defaults;
         QCOMPARE(test::get(defaults.network, defaults.url(u"/appVersion"_s)).json().value("version"_L1).toString(),
                  QStringLiteral(KALVO_VERSION));

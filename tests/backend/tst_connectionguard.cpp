@@ -114,29 +114,25 @@ private slots:
         QTest::addColumn<QByteArray>("bytes");
         QTest::addColumn<QByteArray>("statusLine");
 
+        const QByteArray tooLarge = "HTTP/1.1 413 Payload Too Large";
+        const QByteArray bad = "HTTP/1.1 400 Bad Request";
+        const QByteArray headTooLarge = "HTTP/1.1 431 Request Header Fields Too Large";
         // The body that follows is a small part of what the head announces:
         // the answer has to come before the rest would have arrived.
-        QTest::newRow("50 MB announced") << head("Content-Length: 52428800\r\n") + QByteArray(64 * 1024, 'x')
-                                         << QByteArray("HTTP/1.1 413 Payload Too Large");
-        QTest::newRow("one byte over the limit") << head("Content-Length: 1048577\r\n")
-                                                 << QByteArray("HTTP/1.1 413 Payload Too Large");
-        QTest::newRow("50 MB with 100-continue")
-            << head("Content-Length: 52428800\r\nExpect: 100-continue\r\n") << QByteArray("HTTP/1.1 413 Payload Too Large");
+        QTest::newRow("50 MB announced") << head("Content-Length: 52428800\r\n") + QByteArray(64 * 1024, 'x') << tooLarge;
+        QTest::newRow("50 MB with 100-continue") << head("Content-Length: 52428800\r\nExpect: 100-continue\r\n")
+                                                 << tooLarge;
         QTest::newRow("chunked past the limit") << head("Transfer-Encoding: chunked\r\n") + chunked(1200 * 1024)
-                                                << QByteArray("HTTP/1.1 413 Payload Too Large");
-        QTest::newRow("length and chunked at once")
-            << head("Content-Length: 10\r\nTransfer-Encoding: chunked\r\n") << QByteArray("HTTP/1.1 400 Bad Request");
-        QTest::newRow("length not a number") << head("Content-Length: 1e3\r\n") << QByteArray("HTTP/1.1 400 Bad Request");
-        QTest::newRow("two different lengths") << head("Content-Length: 10\r\nContent-Length: 20\r\n")
-                                               << QByteArray("HTTP/1.1 400 Bad Request");
-        QTest::newRow("no request line") << QByteArray("HELLO\r\n\r\n") << QByteArray("HTTP/1.1 400 Bad Request");
-        QTest::newRow("unknown protocol") << QByteArray("GET / HTTP/2.0\r\n\r\n") << QByteArray("HTTP/1.1 400 Bad Request");
-        QTest::newRow("header without colon") << head("Broken header\r\n") << QByteArray("HTTP/1.1 400 Bad Request");
-        QTest::newRow("head over 16 KB") << head("X-Filler: " + QByteArray(20 * 1024, 'y') + "\r\n")
-                                         << QByteArray("HTTP/1.1 431 Request Header Fields Too Large");
+                                                << tooLarge;
+        QTest::newRow("length and chunked at once") << head("Content-Length: 10\r\nTransfer-Encoding: chunked\r\n")
+                                                    << bad;
+        QTest::newRow("length not a number") << head("Content-Length: 1e3\r\n") << bad;
+        QTest::newRow("two different lengths") << head("Content-Length: 10\r\nContent-Length: 20\r\n") << bad;
+        QTest::newRow("unknown protocol") << QByteArray("GET / HTTP/2.0\r\n\r\n") << bad;
+        QTest::newRow("header without colon") << head("Broken header\r\n") << bad;
         QTest::newRow("endless head") << QByteArray("GET /_functions/appVersion HTTP/1.1\r\nX-Filler: ")
                                              + QByteArray(64 * 1024, 'y')
-                                      << QByteArray("HTTP/1.1 431 Request Header Fields Too Large");
+                                      << headTooLarge;
     }
 
     void refusesOnTheHead()
@@ -212,29 +208,19 @@ private slots:
         QVERIFY(client.received().isEmpty());
     }
 
+    // A plain and a chunked request on one connection, both answered.
     void keepsTheConnectionForFurtherRequests()
     {
         const auto server = startServer();
         RawClient client(server->port());
         const QByteArray body = pingBody();
-        const QByteArray request = head("Content-Length: " + QByteArray::number(body.size()) + "\r\n") + body;
-        client.send(request);
+        client.send(head("Content-Length: " + QByteArray::number(body.size()) + "\r\n") + body);
         QVERIFY(client.waitForReplies(1));
-        client.send(request);
+        client.send(head("Transfer-Encoding: chunked\r\n") + QByteArray::number(body.size(), 16) + "\r\n" + body
+                    + "\r\n0\r\n\r\n");
         QVERIFY(client.waitForReplies(2));
         QCOMPARE(client.received().count("HTTP/1.1 200 OK"), 2);
         QCOMPARE(client.received().count("\"text\":\"pong\""), 2);
-    }
-
-    void acceptsChunkedBodiesWithinTheLimit()
-    {
-        const auto server = startServer();
-        RawClient client(server->port());
-        const QByteArray body = pingBody();
-        client.send(head("Transfer-Encoding: chunked\r\n") + QByteArray::number(body.size(), 16) + "\r\n" + body
-                    + "\r\n0\r\n\r\n");
-        QVERIFY(client.waitForReplies(1));
-        QCOMPARE(client.statusLine(), QByteArray("HTTP/1.1 200 OK"));
     }
 };
 

@@ -19,13 +19,6 @@ QJsonObject answerTo(const QString &prompt)
     return reply ? QJsonDocument::fromJson(reply->toUtf8()).object() : QJsonObject();
 }
 
-QStringList sortedKeys(const QJsonObject &object)
-{
-    QStringList keys = object.keys();
-    keys.sort();
-    return keys;
-}
-
 QStringList texts(const QJsonValue &value)
 {
     QStringList result;
@@ -42,8 +35,11 @@ double number(const QString &text)
     return ok ? value : qQNaN();
 }
 
-const QString longHeadline =
-    u"Global markets brace for a long week of central bank meetings, inflation data and heavy bond supply everywhere"_s;
+bool isPercent(const QJsonValue &value)
+{
+    const double number = value.toDouble(-1);
+    return number == std::floor(number) && number >= 0 && number <= 100;
+}
 
 } // namespace
 
@@ -55,25 +51,22 @@ private slots:
     void answersEachFamilyInItsShape_data()
     {
         QTest::addColumn<QString>("prompt");
-        QTest::addColumn<QStringList>("keys");
+        QTest::addColumn<QString>("keys"); // sorted, space-separated
 
         const QString content = u"The Federal Reserve lowered its policy rate; the dollar slid against the euro."_s;
+        const QString briefingKeys = u"briefing_text key_points title watch_next"_s;
         QTest::newRow("quick scoring, relevant")
             << prompts::quickScoring(u"Fed cuts rates by 50bp in surprise move"_s, u"Reuters"_s, content)
-            << QStringList{u"analysis"_s, u"category"_s, u"factors"_s, u"headline"_s, u"pairs"_s,
-                           u"relevant"_s, u"score"_s, u"urgency"_s};
+            << u"analysis category factors headline pairs relevant score urgency"_s;
         QTest::newRow("quick scoring, irrelevant")
             << prompts::quickScoring(u"Celebrity chef opens restaurant in Paris"_s, u"People"_s, u"Menu."_s)
-            << QStringList{u"relevant"_s};
+            << u"relevant"_s;
         QTest::newRow("deep analysis")
             << prompts::deepAnalysis(u"ECB's Lagarde signals further rate hikes"_s, u"FXStreet"_s, content)
-            << QStringList{u"macro"_s, u"pairs"_s, u"risks"_s, u"score"_s, u"strategy"_s, u"summary"_s,
-                           u"watch_next"_s};
+            << u"macro pairs risks score strategy summary watch_next"_s;
         QTest::newRow("market overview")
             << prompts::marketOverview(prompts::sampleNews(), {u"EUR/USD"_s, u"GBP/USD"_s})
-            << QStringList{u"eur"_s, u"gbp"_s, u"jpy"_s, u"overview"_s, u"sentiment"_s, u"themes"_s,
-                           u"top_pair"_s, u"usd"_s};
-        const QStringList briefingKeys{u"briefing_text"_s, u"key_points"_s, u"title"_s, u"watch_next"_s};
+            << u"eur gbp jpy overview sentiment themes top_pair usd"_s;
         QTest::newRow("live briefing")
             << prompts::openBriefing(u"EU SESSION"_s, u"Frankfurt / London aktiv"_s, prompts::sampleNews(),
                                      prompts::sampleEvents())
@@ -83,16 +76,13 @@ private slots:
         QTest::newRow("instrument analysis")
             << prompts::instrumentAnalysis(u"EUR/USD"_s, 1.085512, 0.2345, prompts::sampleNews(),
                                            prompts::sampleEvents())
-            << QStringList{u"catalysts"_s, u"confidence"_s, u"entry_zone"_s, u"flow_analysis"_s,
-                           u"macro_drivers"_s, u"momentum"_s, u"positioning"_s, u"risk_reward"_s, u"risks"_s,
-                           u"scenarios"_s, u"stop"_s, u"summary"_s, u"target_1"_s, u"target_2"_s,
-                           u"timeframe"_s, u"verdict"_s};
+            << u"catalysts confidence entry_zone flow_analysis macro_drivers momentum positioning risk_reward "
+               u"risks scenarios stop summary target_1 target_2 timeframe verdict"_s;
     }
-
     void answersEachFamilyInItsShape()
     {
         QFETCH(QString, prompt);
-        QFETCH(QStringList, keys);
+        QFETCH(QString, keys);
         const std::optional<QString> reply = OfflineAnalyst::reply(prompt);
         QVERIFY(reply);
         // The app accepts a bare object only: no prose, no code fence.
@@ -100,19 +90,15 @@ private slots:
         const QJsonDocument document = QJsonDocument::fromJson(reply->trimmed().toUtf8(), &error);
         QCOMPARE(error.error, QJsonParseError::NoError);
         QVERIFY(document.isObject());
-        QCOMPARE(sortedKeys(document.object()), keys);
-    }
-
-    void answersTheProbe()
-    {
-        QCOMPARE(OfflineAnalyst::reply(u"ping"_s), std::optional<QString>(u"pong"_s));
+        QStringList actual = document.object().keys();
+        actual.sort();
+        QCOMPARE(actual.join(u' '), keys);
     }
 
     void refusesUnknownPrompts_data()
     {
         QTest::addColumn<QString>("prompt");
         QTest::newRow("free question") << u"Wie steht der Euro?"_s;
-        QTest::newRow("empty") << QString();
         QTest::newRow("scoring opening, nothing after the title") << u"Forex-Analyst. Bewerte diese News.\nTitel: x"_s;
         QTest::newRow("opening in other case")
             << prompts::quickScoring(u"Fed"_s, u"R"_s, u"c"_s).replace(u"Bewerte"_s, u"bewerte"_s);
@@ -123,86 +109,59 @@ private slots:
                u"Trader der JETZT entscheiden muss.\n\nMARKTDATEN:\nKurs: 1.1 | Tageschange: +0.100%"_s;
         QTest::newRow("ping with more words") << u"ping pong"_s;
     }
-
     void refusesUnknownPrompts()
     {
         QFETCH(QString, prompt);
         QCOMPARE(OfflineAnalyst::reply(prompt), std::nullopt);
+        QCOMPARE(OfflineAnalyst::reply(u"ping"_s), std::optional<QString>(u"pong"_s));
     }
 
     void scoresHeadlinesByKeywords_data()
     {
         QTest::addColumn<QString>("title");
-        QTest::addColumn<bool>("relevant");
-        QTest::addColumn<int>("minScore");
-        QTest::addColumn<QString>("urgency");
-        QTest::addColumn<QString>("category");
-        QTest::addColumn<QString>("pair");
-        QTest::addColumn<QString>("direction"); // of `pair`; empty: `pair` must be absent
+        QTest::addColumn<int>("minScore"); // 0: irrelevant
+        QTest::addColumn<QString>("expected"); // urgency, category, pair=direction (empty: pair absent)
 
-        QTest::newRow("surprise Fed cut") << u"Fed cuts rates by 50bp in surprise move"_s << true << 9
-                                          << u"immediate"_s << u"central_bank"_s << u"EUR/USD"_s << u"bullish"_s;
-        QTest::newRow("ECB hikes") << u"ECB's Lagarde signals further rate hikes"_s << true << 7 << u"hours"_s
-                                   << u"central_bank"_s << u"EUR/USD"_s << u"bullish"_s;
-        QTest::newRow("US jobs beat") << u"US nonfarm payrolls beat expectations"_s << true << 6 << u"hours"_s
-                                      << u"employment"_s << u"EUR/USD"_s << u"bearish"_s;
-        QTest::newRow("UK inflation slows") << u"UK inflation slows more than expected"_s << true << 6
-                                            << u"hours"_s << u"inflation"_s << u"GBP/USD"_s << u"bearish"_s;
-        QTest::newRow("yen intervention") << u"Bank of Japan intervention: yen surges"_s << true << 9
-                                          << u"immediate"_s << u"central_bank"_s << u"USD/JPY"_s << u"bearish"_s;
-        QTest::newRow("gold record") << u"Gold climbs to record high"_s << true << 4 << u"hours"_s
-                                     << u"commodities"_s << u"XAU/USD"_s << u"bullish"_s;
-        QTest::newRow("German headline") << u"EZB: Euro unter Druck"_s << true << 7 << u"hours"_s
-                                         << u"central_bank"_s << u"EUR/USD"_s << u"bearish"_s;
-        QTest::newRow("named pair falls") << u"EUR/USD falls below 1.08"_s << true << 4 << u"hours"_s
-                                          << u"market"_s << u"EUR/USD"_s << u"bearish"_s;
+        QTest::newRow("surprise Fed cut") << u"Fed cuts rates by 50bp in surprise move"_s << 9
+                                          << u"immediate central_bank EUR/USD=bullish"_s;
+        QTest::newRow("US jobs beat") << u"US nonfarm payrolls beat expectations"_s << 6
+                                      << u"hours employment EUR/USD=bearish"_s;
+        QTest::newRow("yen intervention") << u"Bank of Japan intervention: yen surges"_s << 9
+                                          << u"immediate central_bank USD/JPY=bearish"_s;
+        QTest::newRow("German headline") << u"EZB: Euro unter Druck"_s << 7 << u"hours central_bank EUR/USD=bearish"_s;
         QTest::newRow("soft data outweighs firm bets")
-            << u"Euro slips as ECB rate cut bets firm after soft inflation data"_s << true << 9 << u"immediate"_s
-            << u"central_bank"_s << u"EUR/USD"_s << u"bearish"_s;
-        QTest::newRow("hot data lifts the dollar") << u"Hot US inflation data lifts the dollar"_s << true << 6
-                                                   << u"hours"_s << u"inflation"_s << u"USD/JPY"_s << u"bullish"_s;
+            << u"Euro slips as ECB rate cut bets firm after soft inflation data"_s << 9
+            << u"immediate central_bank EUR/USD=bearish"_s;
         QTest::newRow("the first move counts, not the circumstances")
-            << u"Gold slips from record high as Treasury yields rise"_s << true << 4 << u"hours"_s
-            << u"commodities"_s << u"XAU/USD"_s << u"bearish"_s;
+            << u"Gold slips from record high as Treasury yields rise"_s << 4 << u"hours commodities XAU/USD=bearish"_s;
         QTest::newRow("the instrument named first is the subject")
-            << u"AUD/USD climbs to 0.6637 as ECB rate cut bets firm"_s << true << 6 << u"hours"_s
-            << u"central_bank"_s << u"AUD/USD"_s << u"bullish"_s;
-        QTest::newRow("oil outlook, no currency") << u"Oil prices outlook for next week"_s << true << 3
-                                                  << u"days"_s << u"commodities"_s << u"EUR/USD"_s << QString();
+            << u"AUD/USD climbs to 0.6637 as ECB rate cut bets firm"_s << 6 << u"hours central_bank AUD/USD=bullish"_s;
+        QTest::newRow("oil outlook, no currency") << u"Oil prices outlook for next week"_s << 3
+                                                  << u"days commodities EUR/USD="_s;
         QTest::newRow("words hidden in longer words do not count")
-            << u"ECB confirms overall stance"_s << true << 7 << u"hours"_s << u"central_bank"_s << u"EUR/USD"_s
-            << u"neutral"_s;
-        QTest::newRow("federal is not the Fed") << u"Federal budget talks stall in Congress"_s << false << 0
-                                                << QString() << QString() << QString() << QString();
-        QTest::newRow("celebrity news") << u"Celebrity chef opens restaurant in Paris"_s << false << 0 << QString()
-                                        << QString() << QString() << QString();
+            << u"ECB confirms overall stance"_s << 7 << u"hours central_bank EUR/USD=neutral"_s;
+        QTest::newRow("federal is not the Fed") << u"Federal budget talks stall in Congress"_s << 0 << QString();
     }
-
     void scoresHeadlinesByKeywords()
     {
         QFETCH(QString, title);
-        QFETCH(bool, relevant);
         QFETCH(int, minScore);
-        QFETCH(QString, urgency);
-        QFETCH(QString, category);
-        QFETCH(QString, pair);
-        QFETCH(QString, direction);
+        QFETCH(QString, expected);
 
         const QJsonObject answer = answerTo(prompts::quickScoring(title, u"Wire"_s, QString()));
-        QCOMPARE(answer.value("relevant"_L1).toBool(true), relevant);
-        if (!relevant) {
-            QCOMPARE(answer.size(), 1);
+        if (minScore == 0) {
+            QCOMPARE(answer, (QJsonObject{{u"relevant"_s, false}}));
             return;
         }
+        QCOMPARE(answer.value("relevant"_L1), QJsonValue(true));
         const int score = answer.value("score"_L1).toInt();
         QVERIFY2(score >= minScore && score <= 10, qPrintable(QString::number(score)));
-        QCOMPARE(answer.value("urgency"_L1).toString(), urgency);
-        QCOMPARE(answer.value("category"_L1).toString(), category);
-        const QJsonObject pairs = answer.value("pairs"_L1).toObject();
-        QCOMPARE(pairs.value(pair).toString(), direction);
+        const QString pair = expected.section(u' ', 2).section(u'=', 0, 0);
+        QCOMPARE(u"%1 %2 %3=%4"_s.arg(answer.value("urgency"_L1).toString(), answer.value("category"_L1).toString(),
+                                      pair, answer.value("pairs"_L1).toObject().value(pair).toString()),
+                 expected);
         const QString headline = answer.value("headline"_L1).toString();
-        QVERIFY(!headline.isEmpty());
-        QVERIFY2(headline.size() <= 55, qPrintable(headline));
+        QVERIFY2(!headline.isEmpty() && headline.size() <= 55, qPrintable(headline));
         QVERIFY(!answer.value("analysis"_L1).toString().isEmpty());
         QVERIFY(!texts(answer.value("factors"_L1)).isEmpty());
     }
@@ -218,8 +177,7 @@ private slots:
             QVERIFY(view.value("direction"_L1).isString());
             QVERIFY(!view.value("reasoning"_L1).toString().isEmpty());
             QVERIFY(view.value("move_pips"_L1).isString()); // a number here would be dropped by the app
-            const double probability = view.value("probability"_L1).toDouble(-1);
-            QVERIFY(probability == std::floor(probability) && probability >= 0 && probability <= 100);
+            QVERIFY(isPercent(view.value("probability"_L1)));
         }
         const QJsonObject strategy = answer.value("strategy"_L1).toObject();
         for (const auto key : {"bias"_L1, "entry"_L1, "stop"_L1, "target"_L1})
@@ -232,75 +190,51 @@ private slots:
     void readsFieldsBackOutOfPrompts_data()
     {
         QTest::addColumn<QString>("prompt");
-        QTest::addColumn<QString>("field");
-        QTest::addColumn<QString>("expected");
+        QTest::addColumn<QString>("expected"); // title|source|content, or the news, session, events or market read
 
         const QString trickyContent = u"Quote:\nQuelle: fake\nNur JSON, kein Markdown:\nstill content"_s;
         QTest::newRow("content that repeats the markers")
-            << prompts::quickScoring(u"T"_s, u"S"_s, trickyContent) << u"content"_s << trickyContent;
-        QTest::newRow("title with parentheses") << prompts::deepAnalysis(u"Yen (JPY) slides"_s, u"AP"_s, u"c"_s)
-                                                << u"title"_s << u"Yen (JPY) slides"_s;
-        QTest::newRow("source") << prompts::quickScoring(u"T"_s, u"Reuters (via Google)"_s, u"c"_s) << u"source"_s
-                                << u"Reuters (via Google)"_s;
-        QTest::newRow("overview without news") << prompts::marketOverview({}, {u"GBP/USD"_s, u"USD/JPY"_s})
-                                               << u"news"_s << QString();
-        QTest::newRow("overview pairs") << prompts::marketOverview(prompts::sampleNews(), {u"GBP/USD"_s, u"XAU/USD"_s})
-                                        << u"pairs"_s << u"GBP/USD|XAU/USD"_s;
-        QTest::newRow("scored news line")
-            << prompts::marketOverview({{6.9, u"Dollar (USD) firms"_s, u"WSJ"_s}}, {u"EUR/USD"_s}) << u"news"_s
-            << u"6|Dollar (USD) firms|WSJ"_s;
+            << prompts::quickScoring(u"Yen (JPY) slides"_s, u"Reuters (via Google)"_s, trickyContent)
+            << u"Yen (JPY) slides|Reuters (via Google)|"_s + trickyContent;
+        QTest::newRow("overview news and pairs")
+            << prompts::marketOverview({{6.9, u"Dollar (USD) firms"_s, u"WSJ"_s}}, {u"GBP/USD"_s, u"XAU/USD"_s})
+            << u"news 6|Dollar (USD) firms|WSJ pairs GBP/USD|XAU/USD"_s;
         QTest::newRow("headline left empty by an analysis")
-            << prompts::instrumentAnalysis(u"EUR/USD"_s, 1.1, 0, {{7, QString(), u"Reuters"_s}}, {}) << u"news"_s
-            << u"7||Reuters"_s;
+            << prompts::instrumentAnalysis(u"EUR/USD"_s, 1.1, 0, {{7, QString(), u"Reuters"_s}}, {})
+            << u"news 7||Reuters market EUR/USD|1.1|0"_s;
         QTest::newRow("weekend plain line") << prompts::weekendBriefing({{3, u"Euro slips"_s, u"FT"_s}}, {})
-                                            << u"news"_s << u"-1|Euro slips|FT"_s;
-        QTest::newRow("session of the open briefing")
-            << prompts::openBriefing(u"EU/US OVERLAP"_s, u"London / New York — höchstes Volumen"_s, {}, {})
-            << u"session"_s << u"EU/US OVERLAP|London / New York — höchstes Volumen"_s;
-        QTest::newRow("all-day event") << prompts::openBriefing(u"L"_s, u"D"_s, {}, prompts::sampleEvents())
-                                       << u"event 1"_s << u"Ganztägig|EUR|Holiday|Bank Holiday"_s;
-        QTest::newRow("events placeholder") << prompts::instrumentAnalysis(u"EUR/USD"_s, 1.1, 0, {}, {})
-                                            << u"events"_s << QString();
+                                            << u"news -1|Euro slips|FT"_s;
+        QTest::newRow("session of the open briefing, all-day event")
+            << prompts::openBriefing(u"EU/US OVERLAP"_s, u"London / New York — höchstes Volumen"_s, {},
+                                     prompts::sampleEvents())
+            << u"session EU/US OVERLAP|London / New York — höchstes Volumen event Ganztägig|EUR|Holiday|Bank Holiday"_s;
         QTest::newRow("gold price and negative change")
-            << prompts::instrumentAnalysis(u"XAU/USD"_s, 2034.567, -0.4567, {}, {}) << u"market"_s
-            << u"XAU/USD|2034.6|-0.457"_s;
-        QTest::newRow("no quote") << prompts::instrumentAnalysis(u"DXY"_s, 0, 0, {}, {}) << u"market"_s
-                                  << u"DXY|0|0"_s;
+            << prompts::instrumentAnalysis(u"XAU/USD"_s, 2034.567, -0.4567, {}, {})
+            << u"market XAU/USD|2034.6|-0.457"_s;
     }
-
     void readsFieldsBackOutOfPrompts()
     {
         QFETCH(QString, prompt);
-        QFETCH(QString, field);
         QFETCH(QString, expected);
         const std::optional<ReadPrompt> read = readPrompt(prompt);
         QVERIFY(read);
-        QString actual;
-        if (field == "content"_L1) {
-            actual = read->content;
-        } else if (field == "title"_L1) {
-            actual = read->title;
-        } else if (field == "source"_L1) {
-            actual = read->source;
-        } else if (field == "pairs"_L1) {
-            actual = read->pairs.join(u'|');
-        } else if (field == "news"_L1) {
-            QStringList lines;
-            for (const ListedNews &news : read->news)
-                lines << u"%1|%2|%3"_s.arg(QString::number(news.score), news.headline, news.source);
-            actual = lines.join(u'\n');
-        } else if (field == "session"_L1) {
-            actual = read->sessionLabel + u'|' + read->sessionDetail;
-        } else if (field == "event 1"_L1) {
+        QStringList parts;
+        if (!read->title.isEmpty())
+            parts << read->title + u'|' + read->source + u'|' + read->content;
+        for (const ListedNews &news : read->news)
+            parts << u"news %1|%2|%3"_s.arg(QString::number(news.score), news.headline, news.source);
+        if (!read->pairs.isEmpty())
+            parts << u"pairs "_s + read->pairs.join(u'|');
+        if (!read->sessionLabel.isEmpty())
+            parts << u"session "_s + read->sessionLabel + u'|' + read->sessionDetail;
+        if (read->events.size() > 1) {
             const ListedEvent event = read->events.value(1);
-            actual = QStringList{event.time, event.currency, event.impact, event.title}.join(u'|');
-        } else if (field == "events"_L1) {
-            actual = read->events.isEmpty() ? QString() : read->events.first().title;
-        } else if (field == "market"_L1) {
-            actual = u"%1|%2|%3"_s.arg(read->instrument, QString::number(read->price),
-                                       QString::number(read->changePercent));
+            parts << u"event "_s + QStringList{event.time, event.currency, event.impact, event.title}.join(u'|');
         }
-        QCOMPARE(actual, expected);
+        if (!read->instrument.isEmpty())
+            parts << u"market %1|%2|%3"_s.arg(read->instrument, QString::number(read->price),
+                                               QString::number(read->changePercent));
+        QCOMPARE(parts.join(u' '), expected);
     }
 
     void briefingHasTheAskedLength_data()
@@ -310,18 +244,18 @@ private slots:
         QTest::addColumn<QStringList>("watchNext");
         QTest::addColumn<bool>("weekend");
 
-        const QList<prompts::News> fourteenLong = [] {
-            QList<prompts::News> news;
-            for (int i = 0; i < 14; ++i)
-                news.append({9.0, longHeadline + u" %1"_s.arg(i), u"Reuters via Google News"_s});
-            return news;
-        }();
-        const QList<prompts::Event> tenEvents = [] {
-            QList<prompts::Event> events;
-            for (int i = 0; i < 10; ++i)
-                events.append({u"1%1:00"_s.arg(i), u"USD"_s, u"High"_s, u"Fed Chair Powell testifies before the Senate committee"_s});
-            return events;
-        }();
+        QList<prompts::News> fourteenLong;
+        QList<prompts::Event> tenEvents;
+        QStringList longWatch;
+        const QString powell = u"Fed Chair Powell testifies before the Senate committee"_s;
+        for (int i = 0; i < 14; ++i)
+            fourteenLong.append({9.0, u"Global markets brace for a long week of central bank meetings, inflation data "
+                                      u"and heavy bond supply everywhere %1"_s.arg(i),
+                                 u"Reuters via Google News"_s});
+        for (int i = 0; i < 10; ++i)
+            tenEvents.append({u"1%1:00"_s.arg(i), u"USD"_s, u"High"_s, powell});
+        for (int i = 0; i < 3; ++i)
+            longWatch << u"1%1:00 USD "_s.arg(i) + powell;
         const QStringList sampleWatch{u"14:30 USD Non-Farm Employment Change"_s, u"Ganztägig EUR Bank Holiday"_s,
                                       u"16:00 GBP BoE Gov Bailey Speaks"_s};
 
@@ -330,22 +264,15 @@ private slots:
                                            << QStringList{u"Fed cuts rates by 50bp in surprise move"_s,
                                                           u"ECB's Lagarde signals further rate hikes"_s}
                                            << sampleWatch << false;
-        QTest::newRow("open, nothing listed") << prompts::openBriefing(u"ASIA SESSION"_s, u"Sydney / Tokyo aktiv"_s, {}, {})
-                                              << QStringList() << QStringList() << false;
         QTest::newRow("open, long headlines everywhere")
             << prompts::openBriefing(u"US SESSION"_s, u"Schließt in 1h 25m"_s, fourteenLong, tenEvents)
-            << QStringList{u"Global markets brace for a long week of central bank meetings"_s}
-            << QStringList{u"10:00 USD Fed Chair Powell testifies before the Senate committee"_s,
-                           u"11:00 USD Fed Chair Powell testifies before the Senate committee"_s,
-                           u"12:00 USD Fed Chair Powell testifies before the Senate committee"_s}
-            << false;
+            << QStringList{u"Global markets brace for a long week of central bank meetings"_s} << longWatch << false;
         QTest::newRow("weekend, sample news") << prompts::weekendBriefing(prompts::sampleNews(), prompts::sampleEvents())
                                               << QStringList{u"Fed cuts rates by 50bp in surprise move"_s}
                                               << sampleWatch << true;
         QTest::newRow("weekend, nothing listed") << prompts::weekendBriefing({}, {}) << QStringList() << QStringList()
                                                  << true;
     }
-
     void briefingHasTheAskedLength()
     {
         QFETCH(QString, prompt);
@@ -370,44 +297,35 @@ private slots:
     {
         QTest::addColumn<QList<prompts::News>>("news");
         QTest::addColumn<QStringList>("pairs");
-        QTest::addColumn<QString>("sentiment");
-        QTest::addColumn<QString>("usd");
-        QTest::addColumn<QString>("eur");
-        QTest::addColumn<QString>("topPair");
+        QTest::addColumn<QString>("expected"); // sentiment, usd, eur, top pair
 
         QTest::newRow("dovish Fed, hawkish ECB")
             << QList<prompts::News>{{8, u"Fed cuts rates in surprise move"_s, u"Reuters"_s},
                                     {6, u"ECB signals more hikes"_s, u"FXStreet"_s}}
-            << QStringList{u"GBP/USD"_s, u"EUR/USD"_s, u"USD/JPY"_s} << u"neutral"_s << u"bearish"_s
-            << u"bullish"_s << u"EUR/USD"_s;
+            << QStringList{u"GBP/USD"_s, u"EUR/USD"_s, u"USD/JPY"_s} << u"neutral bearish bullish EUR/USD"_s;
         QTest::newRow("war and safe havens")
             << QList<prompts::News>{{9, u"War escalates, investors flee to safe haven"_s, u"AP"_s},
                                     {7, u"Yen surges as panic spreads"_s, u"Bloomberg"_s}}
-            << QStringList{u"EUR/USD"_s, u"USD/JPY"_s} << u"risk-off"_s << u"neutral"_s << u"neutral"_s
-            << u"USD/JPY"_s;
-        QTest::newRow("no news") << QList<prompts::News>() << QStringList{u"GBP/USD"_s, u"EUR/USD"_s} << u"neutral"_s
-                                 << u"neutral"_s << u"neutral"_s << u"GBP/USD"_s;
+            << QStringList{u"EUR/USD"_s, u"USD/JPY"_s} << u"risk-off neutral neutral USD/JPY"_s;
+        QTest::newRow("no news") << QList<prompts::News>() << QStringList{u"GBP/USD"_s, u"EUR/USD"_s}
+                                 << u"neutral neutral neutral GBP/USD"_s;
     }
-
     void overviewFollowsTheNews()
     {
         QFETCH(QList<prompts::News>, news);
         QFETCH(QStringList, pairs);
-        QFETCH(QString, sentiment);
-        QFETCH(QString, usd);
-        QFETCH(QString, eur);
-        QFETCH(QString, topPair);
+        QFETCH(QString, expected);
 
         const QJsonObject answer = answerTo(prompts::marketOverview(news, pairs));
-        QCOMPARE(answer.value("sentiment"_L1).toString(), sentiment);
-        QCOMPARE(answer.value("usd"_L1).toString(), usd);
-        QCOMPARE(answer.value("eur"_L1).toString(), eur);
-        QCOMPARE(answer.value("top_pair"_L1).toString(), topPair);
+        QStringList actual;
+        for (const auto key : {"sentiment"_L1, "usd"_L1, "eur"_L1, "top_pair"_L1})
+            actual << answer.value(key).toString();
+        QCOMPARE(actual.join(u' '), expected);
         QVERIFY(!texts(answer.value("themes"_L1)).isEmpty());
-        const int sentences = int(answer.value("overview"_L1).toString().count(u'.'));
-        QVERIFY(sentences >= 2);
+        const QString overview = answer.value("overview"_L1).toString();
+        QVERIFY(overview.count(u'.') >= 2);
         if (!news.isEmpty())
-            QVERIFY(answer.value("overview"_L1).toString().contains(news.first().headline));
+            QVERIFY(overview.contains(news.first().headline));
     }
 
     void instrumentLevelsMatchTheVerdict_data()
@@ -428,7 +346,6 @@ private slots:
         QTest::newRow("quiet pound") << u"GBP/USD"_s << 1.2712 << 0.05 << QList<prompts::News>() << u"neutral"_s << 5;
         QTest::newRow("dollar index without quote") << u"DXY"_s << 0.0 << 0.0 << dovishFed << u"bearish"_s << -1;
     }
-
     void instrumentLevelsMatchTheVerdict()
     {
         QFETCH(QString, instrument);
@@ -440,17 +357,17 @@ private slots:
 
         const QJsonObject answer = answerTo(prompts::instrumentAnalysis(instrument, price, change, news, prompts::sampleEvents()));
         QCOMPARE(answer.value("verdict"_L1).toString(), verdict);
-        const double confidence = answer.value("confidence"_L1).toDouble(-1);
-        QVERIFY(confidence == std::floor(confidence) && confidence >= 0 && confidence <= 100);
+        QVERIFY(isPercent(answer.value("confidence"_L1)));
 
         const QJsonObject scenarios = answer.value("scenarios"_L1).toObject();
+        const auto probability = [&](QLatin1StringView key) {
+            return scenarios.value(key).toObject().value("probability"_L1);
+        };
         int sum = 0;
         for (const auto key : {"bull"_L1, "base"_L1, "bear"_L1}) {
-            const QJsonObject scenario = scenarios.value(key).toObject();
-            const double probability = scenario.value("probability"_L1).toDouble(-1);
-            QVERIFY(probability == std::floor(probability) && probability >= 0);
-            QVERIFY(!scenario.value("trigger"_L1).toString().isEmpty());
-            sum += int(probability);
+            QVERIFY(isPercent(probability(key)));
+            QVERIFY(!scenarios.value(key).toObject().value("trigger"_L1).toString().isEmpty());
+            sum += probability(key).toInt();
         }
         QCOMPARE(sum, 100);
 
@@ -473,12 +390,10 @@ private slots:
         QCOMPARE(stopText.section(u'.', 1).size(), decimals);
         if (verdict == "bullish"_L1) {
             QVERIFY(stop < low && low <= high && high <= price + 1e-9 && price < target1 && target1 < target2);
-            QVERIFY(scenarios.value("bull"_L1).toObject().value("probability"_L1).toInt()
-                    > scenarios.value("bear"_L1).toObject().value("probability"_L1).toInt());
+            QVERIFY(probability("bull"_L1).toInt() > probability("bear"_L1).toInt());
         } else {
             QVERIFY(stop > high && high >= low && low >= price - 1e-9 && price > target1 && target1 > target2);
-            QVERIFY(scenarios.value("bear"_L1).toObject().value("probability"_L1).toInt()
-                    > scenarios.value("bull"_L1).toObject().value("probability"_L1).toInt());
+            QVERIFY(probability("bear"_L1).toInt() > probability("bull"_L1).toInt());
         }
         QVERIFY(answer.value("risk_reward"_L1).toString().startsWith(u"1:"_s));
     }
