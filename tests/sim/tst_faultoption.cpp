@@ -46,10 +46,6 @@ private slots:
         QTest::newRow("hang") << u"hang@/feed/"_s << true << u"/feed/"_s << int(Kind::Hang) << 500 << 0;
         QTest::newRow("delay") << u"delay:9000@/news/feed"_s << true << u"/news/feed"_s << int(Kind::Delay) << 500
                                << 9000;
-        QTest::newRow("trickle") << u"trickle:250@/latest"_s << true << u"/latest"_s << int(Kind::Trickle) << 500
-                                 << 250;
-        QTest::newRow("invalid JSON") << u"invalid-json@/latest"_s << true << u"/latest"_s << int(Kind::InvalidJson)
-                                      << 500 << 0;
         QTest::newRow("empty array") << u"empty-array@/ff_calendar_thisweek.json"_s << true
                                      << u"/ff_calendar_thisweek.json"_s << int(Kind::EmptyArray) << 500 << 0;
         QTest::newRow("path with @ and =")
@@ -62,7 +58,6 @@ private slots:
         QTest::newRow("relative target") << u"hang@feed/"_s << false << QString() << 0 << 0 << 0;
         QTest::newRow("unknown kind") << u"explode@/feed/"_s << false << QString() << 0 << 0 << 0;
         QTest::newRow("delay needs its time") << u"delay@/feed/"_s << false << QString() << 0 << 0 << 0;
-        QTest::newRow("number not a number") << u"status:abc@/feed/"_s << false << QString() << 0 << 0 << 0;
         QTest::newRow("no such status") << u"status:42@/feed/"_s << false << QString() << 0 << 0 << 0;
         QTest::newRow("negative delay") << u"delay:-5@/feed/"_s << false << QString() << 0 << 0 << 0;
     }

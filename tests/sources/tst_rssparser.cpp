@@ -92,9 +92,6 @@ private slots:
         QTest::newRow("atom: rel stands in for a missing href")
             << atom("<entry><title>T</title><link rel=\"alternate\"/></entry>")
             << QStringList{u"T | alternate |  | none"_s};
-        QTest::newRow("empty href leaves the link to the element text")
-            << rss("<item><title>T</title><link href=\"\">/n/3</link></item>")
-            << QStringList{u"T | /n/3 |  | none"_s};
         QTest::newRow("link text is trimmed but not cleaned")
             << rss("<item><title>T</title><link>\n  https://x.test/?a=1&amp;b=&lt;2&gt;  \n</link></item>")
             << QStringList{u"T | https://x.test/?a=1&b=<2> |  | none"_s};
@@ -107,17 +104,10 @@ private slots:
         QTest::newRow("empty summary leaves room for content")
             << atom("<entry><title>T</title><summary>  </summary><content>Body</content></entry>")
             << QStringList{u"T |  | Body | none"_s};
-        QTest::newRow("first non-empty description wins")
-            << rss("<item><title>T</title><description>One</description><summary>Two</summary></item>")
-            << QStringList{u"T |  | One | none"_s};
         QTest::newRow("the last date element decides, even unparseable")
             << atom("<entry><title>T</title><published>2024-05-03T14:20:00Z</published>"
                     "<updated>garbage</updated></entry>")
             << QStringList{u"T |  |  | none"_s};
-        QTest::newRow("atom updated after published wins")
-            << atom("<entry><title>T</title><published>2024-05-03T14:00:00Z</published>"
-                    "<updated>2024-05-03T14:20:00.250Z</updated></entry>")
-            << QStringList{u"T |  |  | 2024-05-03T14:20:00.250Z"_s};
         QTest::newRow("escaped empty tag empties an earlier title")
             << rss("<item><title>First</title><title>&lt;b&gt;&lt;/b&gt;</title></item>") << QStringList{};
         QTest::newRow("a later title replaces an earlier one")
@@ -132,8 +122,6 @@ private slots:
         QTest::newRow("double-escaped HTML entities stay as written")
             << rss("<item><title>T</title><description>a&amp;nbsp;b &#233;t&#xE9;</description></item>")
             << QStringList{u"T |  | a&nbsp;b été | none"_s};
-        QTest::newRow("channel elements make no entry")
-            << rss("<item><title>Only</title></item>") << QStringList{u"Only |  |  | none"_s};
         QTest::newRow("item without a title is dropped, the next kept")
             << rss("<item><link>/x</link></item><item><title>Y</title></item>")
             << QStringList{u"Y |  |  | none"_s};
@@ -150,9 +138,6 @@ private slots:
                           "<dc:date>2024-05-03T23:20:00+09:00</dc:date></item></rdf:RDF>")
             << QStringList{u"Statement on Monetary Policy | https://boj.test/r/1 | Policy rate unchanged. | "
                            "2024-05-03T14:20:00.000Z"_s};
-        QTest::newRow("prefixes need no declaration")
-            << rss("<item><title>T</title><dc:date>2024-05-03T14:20:00Z</dc:date></item>")
-            << QStringList{u"T |  |  | 2024-05-03T14:20:00.000Z"_s};
         QTest::newRow("a new item start discards the unfinished one")
             << rss("<item><title>A</title><item><title>B</title></item>") << QStringList{u"B |  |  | none"_s};
         QTest::newRow("items keep document order")
@@ -174,8 +159,6 @@ private slots:
         const QByteArray one = "<item><title>One</title></item>";
         QTest::newRow("cut off mid-item")
             << QByteArray("<rss><channel>" + one + "<item><title>Two</title><li") << QStringList{u"One"_s};
-        QTest::newRow("cut off right after an item")
-            << QByteArray("<rss><channel>" + one) << QStringList{u"One"_s};
         QTest::newRow("mismatched tag after the first item")
             << QByteArray("<rss><channel>" + one + "<item><title>Two</tit></item></channel></rss>")
             << QStringList{u"One"_s};
@@ -183,7 +166,6 @@ private slots:
             << rss(one + "<item><title>A&nbsp;B</title></item>") << QStringList{u"One"_s};
         QTest::newRow("empty body") << QByteArray() << QStringList{};
         QTest::newRow("binary garbage") << QByteArray("\x00\xff\xfe<<\x01garbage\x80", 16) << QStringList{};
-        QTest::newRow("JSON instead of XML") << QByteArray(R"({"items":[{"title":"x"}]})") << QStringList{};
         QTest::newRow("HTML error page")
             << QByteArray("<html><body><h1>502 Bad Gateway</h1></body></html>") << QStringList{};
         QTest::newRow("second root element")
@@ -198,6 +180,10 @@ private slots:
         QByteArray utf16("\xff\xfe", 2);
         utf16.append(reinterpret_cast<const char *>(utf16Text.utf16()), utf16Text.size() * 2);
         QTest::newRow("UTF-16 with byte order mark") << utf16 << QStringList{u"Yen ¥ rallies"_s};
+        QTest::newRow("small declared entity is resolved")
+            << QByteArray("<?xml version=\"1.0\"?><!DOCTYPE rss [<!ENTITY fed \"Federal Reserve\">]>"
+                          "<rss><channel><item><title>&fed; holds</title></item></channel></rss>")
+            << QStringList{u"Federal Reserve holds"_s};
     }
     void badInputEndsSafely()
     {
@@ -237,15 +223,6 @@ private slots:
         QCOMPARE(entries.first().title, u"Before"_s);
         for (const RSSEntry &entry : entries)
             QVERIFY2(entry.title.size() <= 4096, qPrintable(u"title of %1 characters"_s.arg(entry.title.size())));
-    }
-
-    // A small custom entity is a legal XML feature; it is resolved like any
-    // other text.
-    void smallCustomEntityIsResolved()
-    {
-        const QByteArray document = "<?xml version=\"1.0\"?><!DOCTYPE rss [<!ENTITY fed \"Federal Reserve\">]>"
-                                    "<rss><channel><item><title>&fed; holds</title></item></channel></rss>";
-        QCOMPARE(titles(RSSParser::parse(document)), QStringList{u"Federal Reserve holds"_s});
     }
 
     // Sizes far beyond real feeds must still be handled in linear time.
@@ -288,10 +265,8 @@ private slots:
         QTest::newRow("< without >") << u"1 < 2 and 3"_s << u"1 < 2 and 3"_s;
         QTest::newRow("tag across lines") << u"see <a\nhref='x'>this</a> now"_s << u"see this now"_s;
         QTest::newRow("nested opener") << u"x <<b> y"_s << u"x y"_s;
-        QTest::newRow("only tags") << u"<b></b>"_s << QString();
         QTest::newRow("runs of white space") << u" a \t\n\r b  "_s << u"a b"_s;
         QTest::newRow("no-break space folds") << u"a\u00a0\u00a0b"_s << u"a b"_s;
-        QTest::newRow("line separator folds") << u"a\u2028b"_s << u"a b"_s;
         QTest::newRow("vertical tab is not folded") << u"a\u000bb"_s << u"a\u000bb"_s;
         QTest::newRow("vertical tab is trimmed at the ends") << u"\u000ba b\u000b"_s << u"a b"_s;
     }
@@ -314,20 +289,15 @@ private slots:
         QTest::newRow("iso, Z") << u"2024-05-03T14:20:00Z"_s << at1420;
         QTest::newRow("iso, offset") << u"2024-05-03T09:20:00-05:00"_s << at1420;
         QTest::newRow("iso, basic time, no zone") << u"2024-05-03T142000"_s << at1420;
-        QTest::newRow("iso, basic time, Z") << u"2024-05-03T142000Z"_s << at1420;
         QTest::newRow("iso, basic time, offset") << u"2024-05-03T162000+0200"_s << at1420;
         // The fixed patterns, in table order.
         QTest::newRow("1: numeric offset") << u"Fri, 03 May 2024 16:20:00 +0200"_s << at1420;
         QTest::newRow("2: GMT") << u"Fri, 03 May 2024 14:20:00 GMT"_s << at1420;
         QTest::newRow("2: EST") << u"Fri, 03 May 2024 09:20:00 EST"_s << at1420;
         QTest::newRow("2: EDT") << u"Fri, 03 May 2024 10:20:00 EDT"_s << at1420;
-        QTest::newRow("2: UTC") << u"Fri, 03 May 2024 14:20:00 UTC"_s << at1420;
         QTest::newRow("3: two blanks, offset") << u"Fri,  3 May 2024 14:20:00 +0000"_s << at1420;
-        QTest::newRow("4: two blanks, GMT") << u"Fri,  3 May 2024 14:20:00 GMT"_s << at1420;
         QTest::newRow("5: no weekday, offset") << u"03 May 2024 14:20:00 +0000"_s << at1420;
-        QTest::newRow("6: no weekday, GMT") << u"03 May 2024 14:20:00 GMT"_s << at1420;
         QTest::newRow("7: no seconds, offset") << u"Fri, 03 May 2024 14:20 +0000"_s << at1420;
-        QTest::newRow("8: no seconds, GMT") << u"Fri, 03 May 2024 14:20 GMT"_s << at1420;
         QTest::newRow("9: basic offset") << u"2024-05-03T16:20:00+0200"_s << at1420;
         QTest::newRow("10: fraction, basic offset") << u"2024-05-03T16:20:00.250+0200"_s << utcMs(14, 20, 0, 250);
         QTest::newRow("13: blank, offset") << u"2024-05-03 16:20:00 +0200"_s << at1420;
@@ -337,11 +307,9 @@ private slots:
         QTest::newRow("surrounding white space") << u" \n Fri, 03 May 2024 14:20:00 GMT \t"_s << at1420;
         // Not dates.
         QTest::newRow("empty") << QString() << QDateTime();
-        QTest::newRow("blanks") << u"  \n "_s << QDateTime();
         QTest::newRow("words") << u"yesterday"_s << QDateTime();
         QTest::newRow("trailing text") << u"Fri, 03 May 2024 14:20:00 +0000 (UTC)"_s << QDateTime();
         QTest::newRow("iso without zone") << u"2024-05-03T14:20:00"_s << QDateTime();
-        QTest::newRow("month name first") << u"May 3, 2024"_s << QDateTime();
         QTest::newRow("month 13") << u"2024-13-03"_s << QDateTime();
         QTest::newRow("hour 25") << u"Fri, 03 May 2024 25:20:00 GMT"_s << QDateTime();
     }
