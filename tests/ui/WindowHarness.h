@@ -103,6 +103,14 @@ public:
         return true;
     }
 
+    // The item named `objectName` exists and is shown. A closed sheet's items
+    // leave the window, so "not found" counts as "not shown".
+    bool shows(const QString &objectName, QQuickItem *root = nullptr) const
+    {
+        const QQuickItem *found = item(objectName, root);
+        return found && shown(found);
+    }
+
     QPoint centreOf(const QQuickItem *item) const
     {
         return item->mapToScene(QPointF(item->width() / 2, item->height() / 2)).toPoint();

@@ -11,15 +11,10 @@ namespace {
 
 const QDateTime now = test::utc(2025, 3, 5, 13, 7);
 
-NewsAnalysis analysisWith(const QMap<QString, QString> &pairs, const QString &urgency = u"hours"_s)
-{
-    NewsAnalysis analysis;
-    analysis.pairs = pairs;
-    analysis.urgency = urgency;
-    return analysis;
-}
+using Pairs = QMap<QString, QString>;
+using Analysis = std::optional<NewsAnalysis>;
 
-NewsItem itemWith(std::optional<NewsAnalysis> analysis, double score = 3)
+NewsItem itemWith(Analysis analysis, double score = 3)
 {
     NewsItem item = test::newsItem(1, now);
     item.title = u"Feed title"_s;
@@ -28,75 +23,56 @@ NewsItem itemWith(std::optional<NewsAnalysis> analysis, double score = 3)
     return item;
 }
 
+Analysis withPairs(const Pairs &pairs) { return NewsAnalysis{.pairs = pairs}; }
+
 } // namespace
 
-using Pairs = QMap<QString, QString>;
-Q_DECLARE_METATYPE(std::optional<kalvo::NewsAnalysis>)
+Q_DECLARE_METATYPE(Analysis)
 
 class TestNewsPresentation : public QObject
 {
     Q_OBJECT
 
 private slots:
-    void relativeAge_data()
+    void ages_data()
     {
         QTest::addColumn<qint64>("msecsAgo");
-        QTest::addColumn<QString>("expected");
-        QTest::newRow("just now") << 0LL << u"gerade eben"_s;
-        QTest::newRow("29 s") << 29'000LL << u"gerade eben"_s;
-        QTest::newRow("29.9 s is cut to 29") << 29'999LL << u"gerade eben"_s;
-        QTest::newRow("30 s") << 30'000LL << u"vor 30s"_s;
-        QTest::newRow("59 s") << 59'000LL << u"vor 59s"_s;
-        QTest::newRow("60 s") << 60'000LL << u"vor 1 min"_s;
-        QTest::newRow("3599 s") << 3'599'000LL << u"vor 59 min"_s;
-        QTest::newRow("3600 s") << 3'600'000LL << u"vor 1 h"_s;
-        QTest::newRow("a second short of a day") << 86'399'000LL << u"vor 23 h"_s;
-        QTest::newRow("a day") << 86'400'000LL << u"vor 1 d"_s;
-        QTest::newRow("three days") << 3 * 86'400'000LL + 5000 << u"vor 3 d"_s;
-        QTest::newRow("in the future") << -120'000LL << u"gerade eben"_s;
+        QTest::addColumn<QString>("relative");
+        QTest::addColumn<QString>("elapsed");
+        QTest::newRow("29.9 s is cut to 29") << 29'999LL << u"gerade eben"_s << u"29 Sek."_s;
+        QTest::newRow("30 s") << 30'000LL << u"vor 30s"_s << u"30 Sek."_s;
+        QTest::newRow("60 s") << 60'000LL << u"vor 1 min"_s << u"1 Min."_s;
+        QTest::newRow("minutes and seconds") << 195'000LL << u"vor 3 min"_s << u"3 Min., 15 Sek."_s;
+        QTest::newRow("3599 s") << 3'599'000LL << u"vor 59 min"_s << u"59 Min., 59 Sek."_s;
+        QTest::newRow("whole hours drop the zero minutes") << 7'230'000LL << u"vor 2 h"_s << u"2 Std."_s;
+        QTest::newRow("hours and minutes") << 7'500'000LL << u"vor 2 h"_s << u"2 Std., 5 Min."_s;
+        QTest::newRow("a second short of a day") << 86'399'000LL << u"vor 23 h"_s << u"23 Std., 59 Min."_s;
+        QTest::newRow("days and hours") << 90'000'000LL << u"vor 1 d"_s << u"1 Tg., 1 Std."_s;
+        // The relative age stops at "just now"; the elapsed text reads the same both ways.
+        QTest::newRow("in the future") << -195'000LL << u"gerade eben"_s << u"3 Min., 15 Sek."_s;
     }
-    void relativeAge()
+    void ages()
     {
         QFETCH(qint64, msecsAgo);
-        QFETCH(QString, expected);
-        QCOMPARE(NP::relativeAge(now.addMSecs(-msecsAgo), now), expected);
-    }
-
-    void elapsedText_data()
-    {
-        QTest::addColumn<qint64>("secondsAgo");
-        QTest::addColumn<QString>("expected");
-        QTest::newRow("seconds") << 42LL << u"42 Sek."_s;
-        QTest::newRow("minutes and seconds") << 195LL << u"3 Min., 15 Sek."_s;
-        QTest::newRow("whole hours drop the zero minutes") << 7200LL + 30 << u"2 Std."_s;
-        QTest::newRow("hours and minutes") << 7500LL << u"2 Std., 5 Min."_s;
-        QTest::newRow("days and hours") << 90000LL << u"1 Tg., 1 Std."_s;
-        QTest::newRow("in the future reads the same") << -195LL << u"3 Min., 15 Sek."_s;
-    }
-    void elapsedText()
-    {
-        QFETCH(qint64, secondsAgo);
-        QFETCH(QString, expected);
-        QCOMPARE(NP::elapsedText(now.addSecs(-secondsAgo), now), expected);
+        const QDateTime then = now.addMSecs(-msecsAgo);
+        QTEST(NP::relativeAge(then, now), "relative");
+        QTEST(NP::elapsedText(then, now), "elapsed");
     }
 
     void displayTitleAndScore_data()
     {
-        QTest::addColumn<std::optional<NewsAnalysis>>("analysis");
+        QTest::addColumn<Analysis>("analysis");
         QTest::addColumn<QString>("title");
         QTest::addColumn<double>("score");
-        NewsAnalysis headed;
-        headed.headline = u"EZB senkt"_s;
-        headed.score = 8.5;
-        NewsAnalysis unheaded;
-        unheaded.score = 0.5;
-        QTest::newRow("no analysis: feed title and feed score") << std::optional<NewsAnalysis>() << u"Feed title"_s << 3.0;
-        QTest::newRow("analysis headline and analysis score") << std::optional(headed) << u"EZB senkt"_s << 8.5;
-        QTest::newRow("empty headline keeps the feed title") << std::optional(unheaded) << u"Feed title"_s << 0.5;
+        QTest::newRow("no analysis: feed title and feed score") << Analysis() << u"Feed title"_s << 3.0;
+        QTest::newRow("analysis headline and analysis score")
+            << Analysis(NewsAnalysis{.score = 8.5, .headline = u"EZB senkt"_s}) << u"EZB senkt"_s << 8.5;
+        QTest::newRow("empty headline keeps the feed title") << Analysis(NewsAnalysis{.score = 0.5}) << u"Feed title"_s
+                                                             << 0.5;
     }
     void displayTitleAndScore()
     {
-        QFETCH(std::optional<NewsAnalysis>, analysis);
+        QFETCH(Analysis, analysis);
         const NewsItem item = itemWith(analysis, 3);
         QTEST(NP::displayTitle(item), "title");
         QTEST(NP::effectiveScore(item), "score");
@@ -104,27 +80,25 @@ private slots:
 
     void directionGlyph_data()
     {
-        QTest::addColumn<std::optional<NewsAnalysis>>("analysis");
+        QTest::addColumn<Analysis>("analysis");
         QTest::addColumn<QString>("glyph");
         QTest::addColumn<QColor>("color");
-        const auto with = [](const Pairs &pairs) { return std::optional(analysisWith(pairs)); };
-        QTest::newRow("no analysis") << std::optional<NewsAnalysis>() << QString() << Theme::yellow();
-        QTest::newRow("no pairs") << with({}) << QString() << Theme::yellow();
-        QTest::newRow("more bullish") << with({{u"EUR/USD"_s, u"bullish"_s}, {u"GBP/USD"_s, u"neutral"_s}}) << u"▲"_s
-                                      << Theme::green();
+        QTest::newRow("no analysis") << Analysis() << QString() << QColor();
+        QTest::newRow("no pairs") << withPairs({}) << QString() << QColor();
+        QTest::newRow("more bullish") << withPairs({{u"EUR/USD"_s, u"bullish"_s}, {u"GBP/USD"_s, u"neutral"_s}})
+                                      << u"▲"_s << Theme::green();
         QTest::newRow("more bearish")
-            << with({{u"EUR/USD"_s, u"bearish"_s}, {u"GBP/USD"_s, u"bearish"_s}, {u"USD/JPY"_s, u"bullish"_s}})
+            << withPairs({{u"EUR/USD"_s, u"bearish"_s}, {u"GBP/USD"_s, u"bearish"_s}, {u"USD/JPY"_s, u"bullish"_s}})
             << u"▼"_s << Theme::red();
-        QTest::newRow("two against two") << with({{u"A"_s, u"bullish"_s}, {u"B"_s, u"bullish"_s},
-                                                  {u"C"_s, u"bearish"_s}, {u"D"_s, u"bearish"_s}})
+        QTest::newRow("two against two") << withPairs({{u"A"_s, u"bullish"_s}, {u"B"_s, u"bullish"_s},
+                                                       {u"C"_s, u"bearish"_s}, {u"D"_s, u"bearish"_s}})
                                          << u"↕"_s << Theme::yellow();
-        QTest::newRow("only neutral") << with({{u"EUR/USD"_s, u"neutral"_s}}) << u"↕"_s << Theme::yellow();
-        QTest::newRow("directions are matched exactly") << with({{u"EUR/USD"_s, u"Bullish"_s}}) << u"↕"_s
+        QTest::newRow("directions are matched exactly") << withPairs({{u"EUR/USD"_s, u"Bullish"_s}}) << u"↕"_s
                                                         << Theme::yellow();
     }
     void directionGlyph()
     {
-        QFETCH(std::optional<NewsAnalysis>, analysis);
+        QFETCH(Analysis, analysis);
         QFETCH(QString, glyph);
         QCOMPARE(NP::directionGlyph(itemWith(analysis)), glyph);
         if (!glyph.isEmpty())
@@ -146,63 +120,44 @@ private slots:
     void urgency()
     {
         QFETCH(QString, urgency);
-        QTEST(NP::urgencyGlyph(itemWith(analysisWith({}, urgency))), "glyph");
+        QTEST(NP::urgencyGlyph(itemWith(NewsAnalysis{.urgency = urgency})), "glyph");
         QTEST(NP::urgencyLabel(urgency), "label");
         QTEST(NP::urgencyColor(urgency), "color");
         // Without an analysis there is nothing to be urgent about.
         QCOMPARE(NP::urgencyGlyph(itemWith(std::nullopt)), QString());
     }
 
-    void scoreTexts_data()
+    void scoreAndCategoryTexts_data()
     {
         QTest::addColumn<double>("score");
         QTest::addColumn<QString>("square");
         QTest::addColumn<QString>("badge");
-        QTest::newRow("unscored") << 0.0 << QString() << u"0/10"_s;
         QTest::newRow("just below one") << 0.99 << QString() << u"0/10"_s;
         QTest::newRow("one") << 1.0 << u"1"_s << u"1/10"_s;
         QTest::newRow("fraction is cut, not rounded") << 8.7 << u"8"_s << u"8/10"_s;
         QTest::newRow("ten") << 10.0 << u"10"_s << u"10/10"_s;
     }
-    void scoreTexts()
+    void scoreAndCategoryTexts()
     {
         QFETCH(double, score);
         QTEST(NP::scoreSquareText(score), "square");
         QTEST(NP::scoreBadgeText(score), "badge");
-    }
-
-    void categoryLabel_data()
-    {
-        QTest::addColumn<QString>("category");
-        QTest::addColumn<QString>("label");
-        QTest::newRow("underscore") << u"central_bank"_s << u"CENTRAL BANK"_s;
-        QTest::newRow("several") << u"risk_on_off"_s << u"RISK ON OFF"_s;
-        QTest::newRow("empty") << QString() << QString();
-    }
-    void categoryLabel()
-    {
-        QFETCH(QString, category);
-        QTEST(NP::categoryLabel(category), "label");
+        QCOMPARE(NP::categoryLabel(u"risk_on_off"_s), u"RISK ON OFF"_s);
+        QCOMPARE(NP::categoryLabel(QString()), QString());
     }
 
     void pairCellsAreSortedWithArrowsAndColours()
     {
-        const QVariantList cells = NP::pairCells(
-            {{u"USD/JPY"_s, u"bullish"_s}, {u"EUR/USD"_s, u"bearish"_s}, {u"GBP/USD"_s, u"neutral"_s}});
-        QStringList order;
-        QStringList arrows;
-        QStringList directions;
+        QStringList cells;
         QList<QColor> colors;
-        for (const QVariant &cell : cells) {
+        for (const QVariant &cell : NP::pairCells(
+                 {{u"USD/JPY"_s, u"bullish"_s}, {u"EUR/USD"_s, u"bearish"_s}, {u"GBP/USD"_s, u"neutral"_s}})) {
             const QVariantMap map = cell.toMap();
-            order << map[u"pair"_s].toString();
-            arrows << map[u"arrow"_s].toString();
-            directions << map[u"direction"_s].toString();
+            cells << map[u"pair"_s].toString() + u' ' + map[u"arrow"_s].toString() + u' '
+                         + map[u"direction"_s].toString();
             colors << map[u"color"_s].value<QColor>();
         }
-        QCOMPARE(order, (QStringList{u"EUR/USD"_s, u"GBP/USD"_s, u"USD/JPY"_s}));
-        QCOMPARE(arrows, (QStringList{u"▼"_s, u"─"_s, u"▲"_s}));
-        QCOMPARE(directions, (QStringList{u"BEARISH"_s, u"NEUTRAL"_s, u"BULLISH"_s}));
+        QCOMPARE(cells, (QStringList{u"EUR/USD ▼ BEARISH"_s, u"GBP/USD ─ NEUTRAL"_s, u"USD/JPY ▲ BULLISH"_s}));
         QCOMPARE(colors, (QList<QColor>{Theme::red(), Theme::textSecondary(), Theme::green()}));
     }
 
@@ -231,7 +186,6 @@ private slots:
         QTest::addColumn<bool>("matches");
         QTest::newRow("empty filter") << QString() << u"x"_s << u"y"_s << QString() << true;
         QTest::newRow("FED finds fed") << u"FED"_s << u"The fed waits"_s << u"CNBC"_s << QString() << true;
-        QTest::newRow("FED finds Fed") << u"FED"_s << u"Fed's Powell"_s << u"CNBC"_s << QString() << true;
         QTest::newRow("fed finds FED") << u"fed"_s << u"FED minutes"_s << u"CNBC"_s << QString() << true;
         QTest::newRow("source") << u"street"_s << u"Gold"_s << u"FXStreet"_s << QString() << true;
         QTest::newRow("analysis headline") << u"senkt"_s << u"ECB cuts"_s << u"Reuters"_s << u"EZB senkt"_s << true;

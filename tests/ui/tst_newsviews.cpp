@@ -4,7 +4,6 @@
 #include "ui/Theme.h"
 
 #include <QDesktopServices>
-#include <QQmlComponent>
 #include <QTemporaryDir>
 
 #include <algorithm>
@@ -20,14 +19,9 @@ using Analysis = std::optional<NewsAnalysis>;
 
 NewsItem headline(const QString &id, int secondsAgo = 60, double score = 5, Analysis analysis = {})
 {
-    NewsItem item;
-    item.id = id;
+    NewsItem item = test::newsItem(1, noon.addSecs(-secondsAgo)); // from FXStreet, with text and link
+    item.id = item.hash = id;
     item.title = u"Title "_s + id;
-    item.source = u"FXStreet"_s;
-    item.url = u"https://www.fxstreet.com/news/"_s + id;
-    item.published = noon.addSecs(-secondsAgo);
-    item.content = u"Original text of "_s + id;
-    item.hash = id;
     item.score = score;
     item.analysis = std::move(analysis);
     return item;
@@ -35,20 +29,13 @@ NewsItem headline(const QString &id, int secondsAgo = 60, double score = 5, Anal
 
 NewsAnalysis completeAnalysis()
 {
-    NewsAnalysis a;
-    a.score = 8.4;
-    a.urgency = u"immediate"_s;
-    a.headline = u"EZB stellt Senkung in Aussicht"_s;
-    a.analysis = u"Der Euro gerät unter Druck."_s;
-    a.pairs = {{u"USD/JPY"_s, u"bullish"_s}, {u"EUR/USD"_s, u"bearish"_s}, {u"EUR/CHF"_s, u"neutral"_s}};
-    a.category = u"central_bank"_s;
-    a.factors = {u"Inflation sinkt"_s, u"Löhne"_s};
-    a.summary = u"Zusammenfassung."_s;
-    a.macro = u"Makro."_s;
-    a.risks = {u"Daten"_s};
-    a.watchNext = u"HVPI am Freitag"_s;
-    a.strategy = TradeStrategy{u"Short EUR/USD"_s, u"1.0860"_s, u"1.0920"_s, u"1.0760"_s};
-    return a;
+    return NewsAnalysis{
+        .score = 8.4, .urgency = u"immediate"_s, .headline = u"EZB stellt Senkung in Aussicht"_s,
+        .analysis = u"Der Euro gerät unter Druck."_s,
+        .pairs = {{u"USD/JPY"_s, u"bullish"_s}, {u"EUR/USD"_s, u"bearish"_s}, {u"EUR/CHF"_s, u"neutral"_s}},
+        .category = u"central_bank"_s, .factors = {u"Faktor"_s}, .summary = u"Zusammenfassung."_s,
+        .macro = u"Makro."_s, .risks = {u"Daten"_s}, .watchNext = u"HVPI am Freitag"_s,
+        .strategy = TradeStrategy{u"Short EUR/USD"_s, u"1.0860"_s, u"1.0920"_s, u"1.0760"_s}};
 }
 
 // Takes what the views hand to the system browser.
@@ -126,7 +113,8 @@ class TestNewsViews : public QObject
 private slots:
     void initTestCase() { qputenv("KALVO_DATA_DIR", m_dataDir.path().toUtf8()); }
 
-    void rowLooks_data()
+    // What each rule yields is the presentation's business; here: the row binds it.
+    void rowBindsItsHeadline_data()
     {
         QTest::addColumn<double>("score");
         QTest::addColumn<Analysis>("analysis");
@@ -134,30 +122,47 @@ private slots:
         QTest::addColumn<QColor>("background");
         QTest::addColumn<QString>("square");
         QTest::addColumn<QColor>("squareColor");
-        NewsAnalysis middling;
-        middling.score = 5.5;
-        QTest::newRow("unscored") << 0.0 << Analysis() << false << QColor(Qt::transparent) << QString()
-                                  << Theme::cardBackground();
-        QTest::newRow("feed score 8 is dark red") << 8.0 << Analysis() << false << QColor(u"#160a0a"_s) << u"8"_s
-                                                  << Theme::withOpacity(Theme::orange(), 0.15);
-        QTest::newRow("7.99 is not") << 7.99 << Analysis() << false << QColor(Qt::transparent) << u"7"_s
-                                     << Theme::withOpacity(Theme::yellow(), 0.15);
+        QTest::addColumn<QString>("title");
+        QTest::addColumn<bool>("analysisLine");
+        QTest::addColumn<QString>("urgency");   // empty: not shown
+        QTest::addColumn<QString>("direction"); // empty: none
+        QTest::addColumn<QColor>("directionColor");
+        const QColor darkRed(u"#160a0a"_s);
+        const QColor none(Qt::transparent);
+        const auto tint = [](const QColor &c) { return Theme::withOpacity(c, 0.15); };
+        NewsAnalysis bearish = completeAnalysis();
+        bearish.pairs = {{u"EUR/USD"_s, u"bearish"_s}, {u"GBP/USD"_s, u"bearish"_s}, {u"USD/JPY"_s, u"bullish"_s}};
+        NewsAnalysis bullish = completeAnalysis();
+        bullish.score = 5.5;
+        bullish.pairs = {{u"EUR/USD"_s, u"bullish"_s}};
+        bullish.urgency = u"hours"_s;
+        bullish.analysis.clear();
+        const QString ezb = u"EZB stellt Senkung in Aussicht"_s;
+        QTest::newRow("feed score 8 is dark red") << 8.0 << Analysis() << false << darkRed << u"8"_s
+                                                  << tint(Theme::orange()) << u"Title a"_s << false << QString()
+                                                  << QString() << QColor();
         QTest::newRow("selection wins over dark red") << 8.0 << Analysis() << true << Theme::selectionBackground()
-                                                      << u"8"_s << Theme::withOpacity(Theme::orange(), 0.15);
-        QTest::newRow("analysis scores the square, the feed the background")
-            << 9.0 << Analysis(middling) << false << QColor(u"#160a0a"_s) << u"5"_s
-            << Theme::withOpacity(Theme::blue(), 0.15);
+                                                      << u"8"_s << tint(Theme::orange()) << u"Title a"_s << false
+                                                      << QString() << QString() << QColor();
+        QTest::newRow("analysis: its score, headline, glyphs; the feed the background")
+            << 9.0 << Analysis(bearish) << false << darkRed << u"8"_s << tint(Theme::orange()) << ezb << true
+            << u"⚡"_s << u"▼"_s << Theme::red();
+        QTest::newRow("no analysis text, no line") << 5.0 << Analysis(bullish) << false << none << u"5"_s
+                                                   << tint(Theme::blue()) << ezb << false << u"⏱"_s << u"▲"_s
+                                                   << Theme::green();
     }
-    void rowLooks()
+    void rowBindsItsHeadline()
     {
         QFETCH(double, score);
         QFETCH(Analysis, analysis);
         QFETCH(bool, selected);
         QFETCH(QColor, background);
         QFETCH(QColor, squareColor);
+        QFETCH(QString, urgency);
+        QFETCH(QString, direction);
         test::WindowHarness h(noon);
         QVERIFY(h.load());
-        h.state.onNewsItem(headline(u"a"_s, 60, score, analysis));
+        h.state.onNewsItem(headline(u"a"_s, 45, score, analysis));
         if (selected)
             h.state.selectNews(u"a"_s);
         QQuickItem *r = row(h, u"a"_s);
@@ -166,56 +171,12 @@ private slots:
         QTEST(h.text(u"scoreText"_s, r), "square");
         QCOMPARE(h.color(u"scoreSquare"_s, r).rgba(), squareColor.rgba());
         QCOMPARE(h.color(u"rowTitle"_s, r), selected ? Theme::white() : Theme::textPrimary());
-    }
-
-    void rowTexts_data()
-    {
-        QTest::addColumn<Analysis>("analysis");
-        QTest::addColumn<QString>("title");
-        QTest::addColumn<bool>("analysisLine");
-        QTest::addColumn<QString>("urgency");
-        QTest::addColumn<QString>("direction");
-        QTest::addColumn<QColor>("directionColor");
-        NewsAnalysis tie = completeAnalysis();
-        tie.pairs = {{u"A"_s, u"bullish"_s}, {u"B"_s, u"bullish"_s}, {u"C"_s, u"bearish"_s}, {u"D"_s, u"bearish"_s}};
-        tie.urgency = u"days"_s;
-        NewsAnalysis bullish = completeAnalysis();
-        bullish.pairs = {{u"EUR/USD"_s, u"bullish"_s}};
-        bullish.urgency = u"hours"_s;
-        bullish.analysis.clear();
-        NewsAnalysis bearish = completeAnalysis();
-        bearish.pairs = {{u"EUR/USD"_s, u"bearish"_s}, {u"GBP/USD"_s, u"bearish"_s}, {u"USD/JPY"_s, u"bullish"_s}};
-        NewsAnalysis plain;
-        plain.urgency = u"week"_s;
-        QTest::newRow("no analysis") << Analysis() << u"Title a"_s << false << QString() << QString() << QColor();
-        QTest::newRow("bearish majority, immediate")
-            << Analysis(bearish) << u"EZB stellt Senkung in Aussicht"_s << true << u"⚡"_s << u"▼"_s
-            << Theme::red();
-        QTest::newRow("tie, days") << Analysis(tie) << u"EZB stellt Senkung in Aussicht"_s << true << u"📅"_s
-                                   << u"↕"_s << Theme::yellow();
-        QTest::newRow("bullish, hours, no analysis text")
-            << Analysis(bullish) << u"EZB stellt Senkung in Aussicht"_s << false << u"⏱"_s << u"▲"_s
-            << Theme::green();
-        QTest::newRow("no headline, no pairs, other urgency")
-            << Analysis(plain) << u"Title a"_s << false << QString() << QString() << QColor();
-    }
-    void rowTexts()
-    {
-        QFETCH(Analysis, analysis);
-        QFETCH(bool, analysisLine);
-        QFETCH(QString, urgency);
-        QFETCH(QString, direction);
-        test::WindowHarness h(noon);
-        QVERIFY(h.load());
-        h.state.onNewsItem(headline(u"a"_s, 45, 5, analysis));
-        QQuickItem *r = row(h, u"a"_s);
-        QVERIFY(r);
         QTEST(h.text(u"rowTitle"_s, r), "title");
-        QCOMPARE(test::WindowHarness::shown(h.item(u"rowAnalysis"_s, r)), analysisLine);
+        QTEST(h.shows(u"rowAnalysis"_s, r), "analysisLine");
         QCOMPARE(h.text(u"rowSource"_s, r), u"FXSTREET"_s);
         QCOMPARE(h.text(u"rowAge"_s, r), u"vor 45s"_s);
         QCOMPARE(h.text(u"rowUrgency"_s, r), urgency);
-        QCOMPARE(test::WindowHarness::shown(h.item(u"rowUrgency"_s, r)), !urgency.isEmpty());
+        QCOMPARE(h.shows(u"rowUrgency"_s, r), !urgency.isEmpty());
         QCOMPARE(h.text(u"rowDirection"_s, r), direction);
         if (!direction.isEmpty())
             QTEST(h.color(u"rowDirection"_s, r), "directionColor");
@@ -230,57 +191,38 @@ private slots:
         QObject *timer = h.object(u"ageTimer"_s);
         QVERIFY(timer);
         QCOMPARE(timer->property("interval").toInt(), 10000);
-        QVERIFY(timer->property("running").toBool() && timer->property("repeat").toBool());
-
         h.clock.advance(30s);
         QCOMPARE(h.text(u"rowAge"_s, row(h, u"a"_s)), u"vor 30s"_s); // only the timer moves it on
         QMetaObject::invokeMethod(timer, "triggered");
         QCOMPARE(h.text(u"rowAge"_s, row(h, u"a"_s)), u"vor 1 min"_s);
     }
 
-    void filterTyping_data()
-    {
-        QTest::addColumn<QString>("typed");
-        QTest::addColumn<QStringList>("visible");
-        QTest::newRow("FED finds fed, Fed and FED") << u"FED"_s << QStringList{u"fed1"_s, u"fed2"_s, u"fed3"_s};
-        QTest::newRow("source") << u"reuters"_s << QStringList{u"gold"_s};
-        QTest::newRow("analysis headline") << u"aussicht"_s << QStringList{u"ecb"_s};
-        QTest::newRow("nothing") << u"zzz"_s << QStringList{};
-    }
+    // Which headlines match is the filter model's rule; here: typing drives it.
     void filterTyping()
     {
-        QFETCH(QString, typed);
-        QFETCH(QStringList, visible);
         test::WindowHarness h(noon);
         QVERIFY(h.load());
-        const QList<std::pair<QString, QString>> titles{{u"fed1"_s, u"The fed waits"_s},
-                                                        {u"fed2"_s, u"Fed's Powell"_s},
-                                                        {u"fed3"_s, u"FED minutes"_s},
-                                                        {u"gold"_s, u"Gold climbs"_s},
-                                                        {u"ecb"_s, u"ECB cuts"_s}};
         int age = 10;
-        for (const auto &[id, title] : titles) {
-            NewsItem item = headline(id, age += 10, 5, id == u"ecb" ? Analysis(completeAnalysis()) : Analysis());
-            item.title = title;
-            item.source = id == u"gold" ? u"Reuters"_s : u"FXStreet"_s;
+        for (const QString &id : {u"fed1"_s, u"gold"_s, u"fed2"_s}) {
+            NewsItem item = headline(id, age += 10);
+            item.title = id.startsWith(u"fed") ? u"The Fed waits"_s : u"Gold climbs"_s;
             h.state.onNewsItem(item);
         }
-        QCOMPARE(rowIds(h).size(), 5);
-        QVERIFY(!test::WindowHarness::shown(h.item(u"filterClear"_s)));
+        QVERIFY(!h.shows(u"filterClear"_s));
 
         QQuickItem *field = h.item(u"newsFilter"_s);
         QVERIFY(h.click(field));
-        for (const QChar c : typed)
-            QTest::keyClick(h.window, c.toLatin1());
-        QCOMPARE(field->property("text").toString(), typed);
-        QCOMPARE(rowIds(h), visible);
+        for (const char c : {'F', 'E', 'D'})
+            QTest::keyClick(h.window, c);
+        QCOMPARE(field->property("text").toString(), u"FED"_s);
+        QCOMPARE(rowIds(h), (QStringList{u"fed1"_s, u"fed2"_s}));
         // The header counts every headline, filtered or not.
-        QCOMPARE(h.text(u"panelHeaderTitle"_s, h.item(u"newsHeader"_s)), u"LIVE NEWS  ·  5"_s);
+        QCOMPARE(h.text(u"panelHeaderTitle"_s, h.item(u"newsHeader"_s)), u"LIVE NEWS  ·  3"_s);
 
-        QVERIFY(test::WindowHarness::shown(h.item(u"filterClear"_s)));
+        QVERIFY(h.shows(u"filterClear"_s));
         QVERIFY(h.click(h.item(u"filterClear"_s)));
         QCOMPARE(field->property("text").toString(), QString());
-        QCOMPARE(rowIds(h).size(), 5);
+        QCOMPARE(rowIds(h).size(), 3);
     }
 
     void healthDotFollowsTheLastCycle()
@@ -326,8 +268,6 @@ private slots:
         QTest::newRow("complete, in order") << Analysis(completeAnalysis()) << content << url << allSections << true;
         QTest::newRow("without analysis") << Analysis() << content << url
                                           << QStringList{u"sectionOriginal"_s, u"sourceLink"_s} << false;
-        QTest::newRow("nothing but the title") << Analysis() << QString() << u"https://exa mple.org"_s
-                                               << QStringList{} << false;
         QTest::newRow("empty parts are left out")
             << Analysis(some) << content << QString()
             << QStringList{u"sectionPairs"_s, u"sectionFactors"_s, u"sectionOriginal"_s} << true;
@@ -349,58 +289,23 @@ private slots:
         test::WindowHarness h(noon);
         QVERIFY(showDetailOf(h, item));
         QTEST(shownSections(h), "sections");
-        QCOMPARE(test::WindowHarness::shown(h.item(u"detailBadges"_s)), badges);
-        QVERIFY(test::WindowHarness::shown(h.item(u"detailTitle"_s)));
+        QCOMPARE(h.shows(u"detailBadges"_s), badges);
+        QVERIFY(h.shows(u"detailTitle"_s));
     }
 
-    void badges_data()
-    {
-        QTest::addColumn<double>("score");
-        QTest::addColumn<QString>("urgency");
-        QTest::addColumn<QString>("category");
-        QTest::addColumn<QString>("scoreText");
-        QTest::addColumn<QColor>("scoreColor");
-        QTest::addColumn<QString>("glyph");
-        QTest::addColumn<QString>("word");
-        QTest::addColumn<QColor>("urgencyColor");
-        QTest::addColumn<QString>("categoryText");
-        QTest::newRow("immediate central bank")
-            << 8.4 << u"immediate"_s << u"central_bank"_s << u"8/10"_s << Theme::orange() << u"⚡"_s << u"SOFORT"_s
-            << Theme::yellow() << u"CENTRAL BANK"_s;
-        QTest::newRow("hours") << 9.0 << u"hours"_s << u"data"_s << u"9/10"_s << Theme::red() << u"⏱"_s
-                               << u"STUNDEN"_s << Theme::blue() << u"DATA"_s;
-        QTest::newRow("days") << 4.9 << u"days"_s << u"risk_on_off"_s << u"4/10"_s << Theme::textSecondary()
-                              << u"📅"_s << u"TAGE"_s << Theme::textSecondary() << u"RISK ON OFF"_s;
-        QTest::newRow("week") << 7.0 << u"week"_s << QString() << u"7/10"_s << Theme::yellow() << QString()
-                              << u"WEEK"_s << Theme::textSecondary() << QString();
-    }
-    void badges()
-    {
-        QFETCH(double, score);
-        QFETCH(QString, urgency);
-        QFETCH(QString, category);
-        QFETCH(QString, glyph);
-        NewsAnalysis analysis;
-        analysis.score = score;
-        analysis.urgency = urgency;
-        analysis.category = category;
-        test::WindowHarness h(noon);
-        QVERIFY(showDetailOf(h, headline(u"a"_s, 60, 5, analysis)));
-        QQuickItem *scoreBadge = h.item(u"scoreBadge"_s);
-        QVERIFY(scoreBadge);
-        QTEST(scoreBadge->property("text").toString(), "scoreText");
-        QTEST(scoreBadge->property("tint").value<QColor>(), "scoreColor");
-        QCOMPARE(h.text(u"urgencyBadgeGlyph"_s), glyph);
-        QCOMPARE(test::WindowHarness::shown(h.item(u"urgencyBadgeGlyph"_s)), !glyph.isEmpty());
-        QTEST(h.text(u"urgencyBadgeWord"_s), "word");
-        QTEST(h.color(u"urgencyBadgeWord"_s), "urgencyColor");
-        QTEST(h.item(u"categoryBadge"_s)->property("text").toString(), "categoryText");
-    }
-
-    void pairsAndTradeSetup()
+    void badgesPairsAndTradeSetup()
     {
         test::WindowHarness h(noon);
         QVERIFY(showDetailOf(h, headline(u"a"_s, 60, 5, completeAnalysis())));
+        QQuickItem *scoreBadge = h.item(u"scoreBadge"_s);
+        QVERIFY(scoreBadge);
+        QCOMPARE(scoreBadge->property("text").toString(), u"8/10"_s);
+        QCOMPARE(scoreBadge->property("tint").value<QColor>(), Theme::orange());
+        QCOMPARE(h.text(u"urgencyBadgeGlyph"_s), u"⚡"_s);
+        QCOMPARE(h.text(u"urgencyBadgeWord"_s), u"SOFORT"_s);
+        QCOMPARE(h.color(u"urgencyBadgeWord"_s), Theme::yellow());
+        QCOMPARE(h.item(u"categoryBadge"_s)->property("text").toString(), u"CENTRAL BANK"_s);
+
         // Alphabetical, left to right.
         QStringList cells;
         QList<qreal> xs;
@@ -410,12 +315,11 @@ private slots:
             QVERIFY(cell->width() >= 120);
             xs << cell->mapToScene({0, 0}).x();
             cells << h.text(u"pairArrow"_s, cell) + u' ' + h.text(u"pairDirection"_s, cell);
-            QCOMPARE(h.color(u"pairArrow"_s, cell), h.color(u"pairDirection"_s, cell));
         }
         QVERIFY(std::is_sorted(xs.begin(), xs.end()) && xs.first() < xs.last());
         QCOMPARE(cells, (QStringList{u"─ NEUTRAL"_s, u"▼ BEARISH"_s, u"▲ BULLISH"_s}));
-        QCOMPARE(h.color(u"pairArrow"_s, h.item(u"pairCell:USD/JPY"_s)), Theme::green());
         QCOMPARE(h.color(u"pairArrow"_s, h.item(u"pairCell:EUR/USD"_s)), Theme::red());
+        QCOMPARE(h.color(u"pairDirection"_s, h.item(u"pairCell:EUR/USD"_s)), Theme::red());
 
         const QList<std::tuple<QString, QString, QColor>> setup{{u"bias"_s, u"Short EUR/USD"_s, Theme::yellow()},
                                                                 {u"entry"_s, u"1.0860"_s, Theme::textPrimary()},
@@ -439,40 +343,32 @@ private slots:
         QCOMPARE(h.color(u"sourceLinkText"_s, link), Theme::blue());
         QVERIFY(h.click(link));
         QDesktopServices::unsetUrlHandler(u"https"_s);
-        QCOMPARE(browser.opened, QList<QUrl>{QUrl(u"https://www.fxstreet.com/news/a"_s)});
+        QCOMPARE(browser.opened, QList<QUrl>{QUrl(u"https://fxstreet.com/n/1"_s)});
     }
 
-    void deepAnalysisButtons_data()
-    {
-        QTest::addColumn<QString>("button");
-        QTest::newRow("header") << u"headerDeepAnalysis"_s;
-        QTest::newRow("content") << u"contentDeepAnalysis"_s;
-    }
     void deepAnalysisButtons()
     {
-        QFETCH(QString, button);
         const QStringList buttons{u"headerDeepAnalysis"_s, u"contentDeepAnalysis"_s};
         const QStringList spinners{u"headerSpinner"_s, u"contentSpinner"_s};
         test::WindowHarness h(noon);
         QVERIFY(showDetailOf(h, headline(u"a"_s)));
         QVERIFY(h.state.aiAvailable());
-        for (const QString &spinner : spinners)
-            QVERIFY(!test::WindowHarness::shown(h.item(spinner)));
-
-        // The backend does not answer: the analysis starts, fails and lowers its flag.
+        // The backend does not answer: each analysis starts, fails and lowers its flag.
         QList<bool> flags;
         QObject::connect(&h.state, &AppState::isAnalyzingDetailChanged,
                          [&] { flags << h.state.property("isAnalyzingDetail").toBool(); });
-        QVERIFY(test::WindowHarness::shown(h.item(button)));
-        QVERIFY(h.click(h.item(button)));
-        QTRY_COMPARE(flags, (QList<bool>{true, false}));
-
+        for (const QString &button : buttons) {
+            QVERIFY(!h.shows(u"headerSpinner"_s) && !h.shows(u"contentSpinner"_s));
+            QVERIFY(h.click(h.item(button)));
+            QTRY_COMPARE(flags, (QList<bool>{true, false}));
+            flags.clear();
+        }
         // While one runs both buttons give way to spinners, so no second one starts.
         h.state.setProperty("isAnalyzingDetail", true);
         for (const QString &other : buttons)
-            QVERIFY(!test::WindowHarness::shown(h.item(other)));
+            QVERIFY(!h.shows(other));
         for (const QString &spinner : spinners)
-            QVERIFY(test::WindowHarness::shown(h.item(spinner)));
+            QVERIFY(h.shows(spinner));
     }
 
     void aClosingPanelKeepsItsHeadlineWhileItSlidesAway()
@@ -485,31 +381,11 @@ private slots:
         QTRY_COMPARE(h.item(u"centerColumn"_s)->property("reveal").toDouble(), 1.0);
 
         h.state.selectNews(QString());
-        QVERIFY(test::WindowHarness::shown(h.item(u"detailGroup"_s))); // still on its way out
-        QVERIFY(test::WindowHarness::shown(h.item(u"detailContent"_s)));
-        QVERIFY(!test::WindowHarness::shown(h.item(u"emptyDetail"_s)));
+        QVERIFY(h.shows(u"detailGroup"_s)); // still on its way out
+        QVERIFY(h.shows(u"detailContent"_s));
+        QVERIFY(!h.shows(u"emptyDetail"_s));
         QCOMPARE(h.text(u"detailTitle"_s), u"Title a"_s);
-        QTRY_VERIFY(!test::WindowHarness::shown(h.item(u"detailGroup"_s)));
-    }
-
-    void withoutSelectionTheDetailAsksForOne()
-    {
-        test::WindowHarness h(noon);
-        QVERIFY(h.load());
-        QQmlComponent component(&h.engine);
-        component.setData("import Kalvo\nDetailPanelView { width: 600; height: 400 }", QUrl());
-        std::unique_ptr<QObject> object(component.createWithInitialProperties(
-            {{u"appState"_s, QVariant::fromValue(&h.state)}}));
-        QVERIFY2(object, qPrintable(component.errorString()));
-        auto *panel = qobject_cast<QQuickItem *>(object.get());
-        panel->setParentItem(h.window->contentItem());
-        QVERIFY(test::WindowHarness::shown(h.item(u"emptyDetail"_s, panel)));
-        QVERIFY(!test::WindowHarness::shown(h.item(u"detailContent"_s, panel)));
-
-        h.state.onNewsItem(headline(u"a"_s));
-        h.state.selectNews(u"a"_s);
-        QVERIFY(!test::WindowHarness::shown(h.item(u"emptyDetail"_s, panel)));
-        QVERIFY(test::WindowHarness::shown(h.item(u"detailContent"_s, panel)));
+        QTRY_VERIFY(!h.shows(u"detailGroup"_s));
     }
 };
 

@@ -19,14 +19,12 @@ private slots:
         QTest::addColumn<QString>("text");
         QTest::addColumn<QColor>("expected");
         QTest::newRow("hash and six digits") << u"#0c1018"_s << QColor(0x0c, 0x10, 0x18);
-        QTest::newRow("no hash") << u"f87171"_s << QColor(0xf8, 0x71, 0x71);
-        QTest::newRow("upper case") << u"#FBBF24"_s << QColor(0xfb, 0xbf, 0x24);
+        QTest::newRow("no hash, upper case") << u"FBBF24"_s << QColor(0xfb, 0xbf, 0x24);
         QTest::newRow("blanks and punctuation at both ends") << u"  #4ade80; "_s << QColor(0x4a, 0xde, 0x80);
         QTest::newRow("short text is a small number") << u"#fff"_s << QColor(0x00, 0x0f, 0xff);
         QTest::newRow("only the low 24 bits count") << u"#12345678"_s << QColor(0x34, 0x56, 0x78);
         QTest::newRow("scan stops at a non-digit") << u"#0c10zz"_s << QColor(0x00, 0x0c, 0x10);
         QTest::newRow("not hexadecimal") << u"#zzzzzz"_s << QColor(0, 0, 0);
-        QTest::newRow("empty") << QString() << QColor(0, 0, 0);
         QTest::newRow("nothing but punctuation") << u"#!"_s << QColor(0, 0, 0);
     }
     void colorFromHex()
@@ -36,58 +34,17 @@ private slots:
         const QColor color = kalvo::colorFromHex(text);
         QCOMPARE(color, expected);
         QCOMPARE(color.alphaF(), 1.0f);
-    }
-
-    void viewsConvertWithTheSameRule()
-    {
+        // The views convert with the same rule.
         Theme theme;
-        QColor color;
-        QVERIFY(QMetaObject::invokeMethod(&theme, "colorFromHex", Q_RETURN_ARG(QColor, color),
-                                          Q_ARG(QString, u" #c084fc "_s)));
-        QCOMPARE(color, QColor(0xc0, 0x84, 0xfc));
-    }
-
-    // The names the views use, read the way QML reads them.
-    void paletteAsViewsSeeIt_data()
-    {
-        QTest::addColumn<QByteArray>("name");
-        QTest::addColumn<QString>("hex");
-        const std::pair<const char *, const char *> palette[] = {
-            {"background", "#0c1018"},   {"panelBackground", "#111825"},     {"headerBackground", "#0e1520"},
-            {"cardBackground", "#131c2a"}, {"selectionBackground", "#1a3560"}, {"border", "#2a3f58"},
-            {"borderSubtle", "#1e2f42"},  {"borderStrong", "#3a5578"},        {"textPrimary", "#f0f6ff"},
-            {"textSecondary", "#8ab0d0"}, {"textMuted", "#506880"},           {"white", "#ffffff"},
-            {"green", "#4ade80"},         {"red", "#f87171"},                 {"yellow", "#fbbf24"},
-            {"orange", "#fb923c"},        {"blue", "#60a5fa"},                {"cyan", "#67e8f9"},
-            {"purple", "#c084fc"},
-        };
-        for (const auto &[name, hex] : palette)
-            QTest::newRow(name) << QByteArray(name) << QString::fromLatin1(hex);
-    }
-    void paletteAsViewsSeeIt()
-    {
-        QFETCH(QByteArray, name);
-        QFETCH(QString, hex);
-        Theme theme;
-        const QVariant value = theme.property(name.constData());
-        QVERIFY2(value.isValid(), name.constData());
-        QCOMPARE(value.value<QColor>().name(), hex);
-    }
-
-    void paletteHasNineteenColours()
-    {
-        int colours = 0;
-        const QMetaObject &meta = Theme::staticMetaObject;
-        for (int i = meta.propertyOffset(); i < meta.propertyCount(); ++i)
-            colours += meta.property(i).metaType() == QMetaType::fromType<QColor>();
-        QCOMPARE(colours, 19);
+        QColor viaViews;
+        QVERIFY(QMetaObject::invokeMethod(&theme, "colorFromHex", Q_RETURN_ARG(QColor, viaViews), Q_ARG(QString, text)));
+        QCOMPARE(viaViews, expected);
     }
 
     void scoreColor_data()
     {
         QTest::addColumn<double>("score");
         QTest::addColumn<QColor>("expected");
-        QTest::newRow("10") << 10.0 << Theme::red();
         QTest::newRow("9.0") << 9.0 << Theme::red();
         QTest::newRow("8.99") << 8.99 << Theme::orange();
         QTest::newRow("8.0") << 8.0 << Theme::orange();
@@ -96,7 +53,6 @@ private slots:
         QTest::newRow("6.99") << 6.99 << Theme::blue();
         QTest::newRow("5.0") << 5.0 << Theme::blue();
         QTest::newRow("4.9") << 4.9 << Theme::textSecondary();
-        QTest::newRow("0") << 0.0 << Theme::textSecondary();
     }
     void scoreColor()
     {
