@@ -302,16 +302,6 @@ private slots:
         QCOMPARE(h.state.sessions(), QStringList{u"london"_s});
     }
 
-    void newsCycleIsPublished()
-    {
-        Harness h;
-        QSignalSpy changed(&h.state, &AppState::newsCycleChanged);
-        h.state.onNewsCycle(wednesdayNoon, true);
-        QCOMPARE(h.state.newsLastCheckedAt(), wednesdayNoon);
-        QVERIFY(h.state.newsFetchHealthy());
-        QCOMPARE(changed.count(), 1);
-    }
-
     void startProbesTheModel_data()
     {
         QTest::addColumn<QList<test::ScriptedBackend::Step>>("probeReplies");
@@ -528,12 +518,6 @@ private slots:
         h.state.onPrices({{eur.pair, eur}});
         QCOMPARE(h.state.prices().value(u"EUR/USD"_s).price, 1.09);
         QCOMPARE(h.state.prices().value(u"GBP/USD"_s).price, 1.27);
-    }
-
-    void shortModelName()
-    {
-        QCOMPARE(AppState::shortModelName(u"claude-3-5-haiku-20241022"_s), u"3-5-haiku1022"_s);
-        QCOMPARE(AppState::shortModelName(u"claude-sonnet-4-20250514"_s), u"sonnet-4-20250514"_s);
     }
 };
 
