@@ -18,14 +18,11 @@ private slots:
         QTest::addColumn<bool>("found");
         QTest::newRow("blank lines around") << u"\n  \t{\"a\":1}\n\n "_s << true;
         QTest::newRow("json fence on own lines") << u"```json\n{\"a\":1}\n```"_s << true;
-        QTest::newRow("plain fence") << u"```\n{\"a\":1}\n```"_s << true;
         QTest::newRow("fence without line breaks") << u"```json{\"a\":1}```"_s << true;
         QTest::newRow("upper-case JSON tag") << u"```JSON\n{\"a\":1}\n```"_s << false;
         QTest::newRow("prose before") << u"Hier: {\"a\":1}"_s << false;
-        QTest::newRow("prose after") << u"{\"a\":1} Viel Erfolg!"_s << false;
         QTest::newRow("fenced array") << u"```json\n[1,2]\n```"_s << false;
         QTest::newRow("truncated") << u"{\"a\":"_s << false;
-        QTest::newRow("empty") << QString() << false;
     }
     void extractJSON()
     {
@@ -160,7 +157,6 @@ private slots:
         QTest::newRow("fractional confidence") << u"{\"confidence\":72.5}"_s << InstrumentAnalysis();
         QTest::newRow("integral number written with a fraction")
             << u"{\"confidence\":72.0}"_s << InstrumentAnalysis{.confidence = 72};
-        QTest::newRow("scenarios not an object") << u"{\"scenarios\":[1,2,3]}"_s << InstrumentAnalysis();
     }
     void parseInstrumentAnalysis()
     {

@@ -27,7 +27,7 @@ struct Harness
         if (adjust)
             adjust(options);
         server = std::make_unique<BackendServer>(options);
-        port = server->listen();
+        server->listen();
     }
 
     QUrl url(const QString &path) const { return QUrl(server->functionsUrl().toString() + path); }
@@ -39,7 +39,6 @@ struct Harness
     std::shared_ptr<QStringList> logLines = std::make_shared<QStringList>();
     std::shared_ptr<qint64> nowMs = std::make_shared<qint64>(0);
     std::unique_ptr<BackendServer> server;
-    quint16 port = 0;
     QNetworkAccessManager network;
 };
 
@@ -55,101 +54,56 @@ class TestBackendServer : public QObject
     Q_OBJECT
 
 private slots:
-    void servesEachPromptFamily_data()
-    {
-        QTest::addColumn<QString>("prompt");
-        QTest::addColumn<QString>("key"); // a key the reply object must have; empty: the probe
-        QTest::newRow("probe") << u"ping"_s << QString();
-        QTest::newRow("quick scoring") << prompts::quickScoring(u"Fed cuts rates"_s, u"Reuters"_s, u"c"_s)
-                                       << u"urgency"_s;
-        QTest::newRow("instrument analysis")
-            << prompts::instrumentAnalysis(u"USD/JPY"_s, 151.2, -0.3, prompts::sampleNews(), prompts::sampleEvents())
-            << u"scenarios"_s;
-    }
-
-    void servesEachPromptFamily()
-    {
-        QFETCH(QString, prompt);
-        QFETCH(QString, key);
-        Harness harness;
-        QVERIFY(harness.port != 0);
-        const test::HttpResult result = harness.callModel(alpha, prompt);
-        QCOMPARE(result.status, 200);
-        QCOMPARE(result.headers.value("content-type"), QByteArray("application/json"));
-        const QJsonObject body = result.json();
-        QCOMPARE(body.value("ok"_L1), QJsonValue(true));
-        QVERIFY(body.value("text"_L1).isString());
-        if (key.isEmpty())
-            QVERIFY(!body.value("text"_L1).toString().isEmpty());
-        else
-            QVERIFY(test::replyObject(result).contains(key));
-    }
-
     void refusesBadRequests_data()
     {
-        QTest::addColumn<QByteArray>("method");
-        QTest::addColumn<QString>("path");
+        QTest::addColumn<QString>("request"); // method and path
         QTest::addColumn<QByteArray>("body");
         QTest::addColumn<int>("status");
         QTest::addColumn<QString>("error");
 
         const QJsonObject good = test::modelCall(alpha, u"ping"_s);
         const QJsonObject speech = test::speechCall(alpha, u"Hallo"_s);
-        const QByteArray post = "POST";
-        const QString model = u"/aiClaude"_s;
-        const QString tts = u"/aiTTS"_s;
-        const auto without = [](QJsonObject object, const QString &key) { object.remove(key); return compact(object); };
-        const auto with = [](QJsonObject object, const QString &key, const QJsonValue &value) {
-            object.insert(key, value);
+        const auto with = [](QJsonObject object, const QString &key, const QJsonValue &value = QJsonValue::Undefined) {
+            if (value.isUndefined())
+                object.remove(key);
+            else
+                object.insert(key, value);
             return compact(object);
         };
+        const auto bad = [](const char *name, const QString &request, const QByteArray &body, int status,
+                            const QString &error) { QTest::newRow(name) << request << body << status << error; };
+        const QString model = u"POST /aiClaude"_s;
+        const QString tts = u"POST /aiTTS"_s;
 
-        QTest::newRow("not JSON") << post << model << QByteArray("{\"token\": ") << 400 << u"malformed JSON"_s;
-        QTest::newRow("JSON array") << post << model << QByteArray("[1,2]") << 400 << u"malformed JSON"_s;
-        QTest::newRow("token a number") << post << model << with(good, u"token"_s, 7) << 401 << u"unauthorized"_s;
-        QTest::newRow("token prefix") << post << model << with(good, u"token"_s, alpha.left(alpha.size() - 1)) << 401
-                                      << u"unauthorized"_s;
-        QTest::newRow("token in other case") << post << model << with(good, u"token"_s, alpha.toUpper()) << 401
-                                             << u"unauthorized"_s;
-        QTest::newRow("empty token") << post << model << with(good, u"token"_s, QString()) << 401 << u"unauthorized"_s;
-        QTest::newRow("speech without token") << post << tts << without(speech, u"token"_s) << 401
-                                              << u"unauthorized"_s;
-        QTest::newRow("model a number") << post << model << with(good, u"model"_s, 4) << 400 << u"model missing"_s;
-        QTest::newRow("maxTokens text") << post << model << with(good, u"maxTokens"_s, u"350"_s) << 400
-                                        << u"maxTokens invalid"_s;
-        QTest::newRow("maxTokens zero") << post << model << with(good, u"maxTokens"_s, 0) << 400
-                                        << u"maxTokens invalid"_s;
-        QTest::newRow("maxTokens fraction") << post << model << with(good, u"maxTokens"_s, 10.5) << 400
-                                            << u"maxTokens invalid"_s;
-        QTest::newRow("maxTokens huge") << post << model << with(good, u"maxTokens"_s, 1e9) << 400
-                                        << u"maxTokens invalid"_s;
-        QTest::newRow("blank prompt") << post << model << with(good, u"prompt"_s, u"  \n"_s) << 400
-                                      << u"prompt missing"_s;
-        QTest::newRow("unknown prompt") << post << model << with(good, u"prompt"_s, u"Wie wird das Wetter?"_s) << 422
-                                        << u"unknown prompt"_s;
-        QTest::newRow("speech without text") << post << tts << without(speech, u"text"_s) << 400 << u"text missing"_s;
-        QTest::newRow("speech without voice") << post << tts << without(speech, u"voice"_s) << 400
-                                              << u"voice missing"_s;
-        QTest::newRow("speech text over 4096 characters")
-            << post << tts << with(speech, u"text"_s, QString(4097, u'a')) << 400 << u"text too long"_s;
-        QTest::newRow("model call by GET") << QByteArray("GET") << model << QByteArray() << 405
-                                           << u"method not allowed"_s;
-        QTest::newRow("version by POST") << post << u"/appVersion"_s << compact(good) << 405
-                                         << u"method not allowed"_s;
-        QTest::newRow("unknown path") << post << u"/aiGPT"_s << compact(good) << 404 << u"not found"_s;
+        bad("not JSON", model, "{\"token\": ", 400, u"malformed JSON"_s);
+        bad("JSON array", model, "[1,2]", 400, u"malformed JSON"_s);
+        bad("token a number", model, with(good, u"token"_s, 7), 401, u"unauthorized"_s);
+        bad("empty token", model, with(good, u"token"_s, QString()), 401, u"unauthorized"_s);
+        bad("speech without token", tts, with(speech, u"token"_s), 401, u"unauthorized"_s);
+        bad("model a number", model, with(good, u"model"_s, 4), 400, u"model missing"_s);
+        bad("maxTokens text", model, with(good, u"maxTokens"_s, u"350"_s), 400, u"maxTokens invalid"_s);
+        bad("maxTokens zero", model, with(good, u"maxTokens"_s, 0), 400, u"maxTokens invalid"_s);
+        bad("maxTokens huge", model, with(good, u"maxTokens"_s, 1e9), 400, u"maxTokens invalid"_s);
+        bad("blank prompt", model, with(good, u"prompt"_s, u"  \n"_s), 400, u"prompt missing"_s);
+        bad("unknown prompt", model, with(good, u"prompt"_s, u"Wie wird das Wetter?"_s), 422, u"unknown prompt"_s);
+        bad("speech without text", tts, with(speech, u"text"_s), 400, u"text missing"_s);
+        bad("speech text over 4096 characters", tts, with(speech, u"text"_s, QString(4097, u'a')), 400,
+            u"text too long"_s);
+        bad("model call by GET", u"GET /aiClaude"_s, {}, 405, u"method not allowed"_s);
+        bad("unknown path", u"POST /aiGPT"_s, compact(good), 404, u"not found"_s);
     }
 
     void refusesBadRequests()
     {
-        QFETCH(QByteArray, method);
-        QFETCH(QString, path);
+        QFETCH(QString, request);
         QFETCH(QByteArray, body);
         QFETCH(int, status);
         QFETCH(QString, error);
 
         Harness harness;
-        QNetworkRequest request = test::jsonRequest(harness.url(path));
-        const test::HttpResult result = test::finish(harness.network.sendCustomRequest(request, method, body));
+        const QNetworkRequest sent = test::jsonRequest(harness.url(request.section(u' ', 1)));
+        const test::HttpResult result =
+            test::finish(harness.network.sendCustomRequest(sent, request.section(u' ', 0, 0).toLatin1(), body));
         QCOMPARE(result.status, status);
         // A refusal says why in two words and nothing more: no echo of the
         // request, no hint about valid tokens or models.
@@ -167,10 +121,6 @@ private slots:
         QTest::newRow("one request per second comes back")
             << QStringList{u"a"_s, u"a"_s, u"a"_s, u"+999"_s, u"a"_s, u"+1"_s, u"a"_s, u"a"_s}
             << QList<int>{200, 200, 200, 429, 200, 429};
-        QTest::newRow("a long pause refills only the burst")
-            << QStringList{u"+600000"_s, u"a"_s, u"a"_s, u"a"_s, u"a"_s} << QList<int>{200, 200, 200, 429};
-        QTest::newRow("half a second is not enough")
-            << QStringList{u"a"_s, u"a"_s, u"a"_s, u"a"_s, u"+500"_s, u"a"_s} << QList<int>{200, 200, 200, 429, 429};
     }
 
     void limitsEachTokensRate()
@@ -206,7 +156,7 @@ private slots:
                                    {u"downloadUrl"_s, u"https://example.org/kalvo-2.3.1.dmg"_s},
                                    {u"releaseNotes"_s, u"Neue Briefings"_s}};
         QCOMPARE(test::get(harness.network, harness.url(u"/appVersion"_s)).json(), expected);
-        const QUrl dev(u"http://127.0.0.1:%1/_functions-dev/appVersion"_s.arg(harness.port));
+        const QUrl dev(u"http://127.0.0.1:%1/_functions-dev/appVersion"_s.arg(harness.server->port()));
         QCOMPARE(test::get(harness.network, dev).json(), expected);
         Harness defaults;
         QCOMPARE(test::get(defaults.network, defaults.url(u"/appVersion"_s)).json().value("version"_L1).toString(),
@@ -219,19 +169,15 @@ private slots:
         const QString secretPrompt = prompts::quickScoring(u"Zebrafant market crash"_s, u"Wire"_s, u"Zebrafant"_s);
         QCOMPARE(harness.callModel(alpha, secretPrompt).status, 200);
         QCOMPARE(harness.callModel(u"Zebrafant-token"_s, u"ping"_s).status, 401);
-        QCOMPARE(harness.callModel(alpha, u"Zebrafant?"_s).status, 422);
-        QCOMPARE(test::get(harness.network, harness.url(u"/nothing"_s)).status, 404);
-        QByteArray oversized = compact(test::modelCall(alpha, QString(1100 * 1024, u'Z')));
-        QCOMPARE(test::post(harness.network, harness.url(u"/aiClaude"_s), oversized).status, 413);
+        QCOMPARE(harness.callModel(alpha, QString(1100 * 1024, u'Z')).status, 413);
 
         const QStringList expected{u" POST /_functions/aiClaude 200 "_s, u" POST /_functions/aiClaude 401 "_s,
-                                   u" POST /_functions/aiClaude 422 "_s, u" GET /_functions/nothing 404 "_s,
                                    u" POST /_functions/aiClaude 413 "_s};
         QTRY_COMPARE(harness.logLines->size(), expected.size());
         for (qsizetype i = 0; i < expected.size(); ++i) {
             const QString &line = harness.logLines->at(i);
-            QVERIFY2(line.startsWith(u"[Backend] "_s) && line.contains(expected[i]), qPrintable(line));
-            QVERIFY2(line.contains(u"ms"_s), qPrintable(line));
+            QVERIFY2(line.startsWith(u"[Backend] "_s) && line.contains(expected[i]) && line.contains(u"ms"_s),
+                     qPrintable(line));
             QVERIFY2(!line.contains(u"Zebrafant"_s) && !line.contains(alpha), qPrintable(line));
         }
     }
@@ -252,17 +198,15 @@ private slots:
                 replies.append({test::startPost(*clients.back(), harness.url(u"/aiClaude"_s), body), probe});
             }
         }
-        int answered = 0;
         for (const auto &[reply, probe] : std::as_const(replies)) {
             const test::HttpResult result = test::finish(reply);
             QCOMPARE(result.status, 200);
+            QCOMPARE(result.headers.value("content-type"), QByteArray("application/json"));
             if (probe)
                 QCOMPARE(result.json().value("text"_L1).toString(), u"pong"_s);
             else
                 QVERIFY(test::replyObject(result).contains(u"urgency"_s));
-            ++answered;
         }
-        QCOMPARE(answered, 200);
         QTRY_COMPARE(harness.logLines->size(), 200);
     }
 

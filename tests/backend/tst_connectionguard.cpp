@@ -15,8 +15,8 @@ namespace {
 
 const QString token = u"guard-5c1d9a77e0"_s;
 
-// Short time-outs so that idle and refused connections end within a test's
-// time; the request time-out stays generous unless a test is about it.
+// Short time-outs so that idle and refused connections end at once; the
+// request time-out stays generous unless a test is about it.
 std::unique_ptr<BackendServer> startServer(std::chrono::milliseconds requestTimeout = 2s,
                                            std::shared_ptr<QStringList> log = std::make_shared<QStringList>())
 {
@@ -88,18 +88,14 @@ QByteArray head(const QByteArray &extraHeaders)
         + "\r\n";
 }
 
+QByteArray lengthHead(const QByteArray &body)
+{
+    return head("Content-Length: " + QByteArray::number(body.size()) + "\r\n");
+}
+
 QByteArray pingBody()
 {
     return QJsonDocument(test::modelCall(token, u"ping"_s)).toJson(QJsonDocument::Compact);
-}
-
-QByteArray chunked(qsizetype total)
-{
-    QByteArray bytes;
-    const QByteArray chunk(64 * 1024, 'x');
-    for (qsizetype sent = 0; sent < total; sent += chunk.size())
-        bytes += QByteArray::number(chunk.size(), 16) + "\r\n" + chunk + "\r\n";
-    return bytes;
 }
 
 } // namespace
@@ -117,19 +113,18 @@ private slots:
         const QByteArray tooLarge = "HTTP/1.1 413 Payload Too Large";
         const QByteArray bad = "HTTP/1.1 400 Bad Request";
         const QByteArray headTooLarge = "HTTP/1.1 431 Request Header Fields Too Large";
-        // The body that follows is a small part of what the head announces:
+        // The body that follows is a small share of what the head announces:
         // the answer has to come before the rest would have arrived.
         QTest::newRow("50 MB announced") << head("Content-Length: 52428800\r\n") + QByteArray(64 * 1024, 'x') << tooLarge;
         QTest::newRow("50 MB with 100-continue") << head("Content-Length: 52428800\r\nExpect: 100-continue\r\n")
                                                  << tooLarge;
-        QTest::newRow("chunked past the limit") << head("Transfer-Encoding: chunked\r\n") + chunked(1200 * 1024)
-                                                << tooLarge;
+        QByteArray chunks;
+        for (int i = 0; i < 20; ++i) // 1280 KiB in chunks of 64 KiB
+            chunks += "10000\r\n" + QByteArray(64 * 1024, 'x') + "\r\n";
+        QTest::newRow("chunked past the limit") << head("Transfer-Encoding: chunked\r\n") + chunks << tooLarge;
         QTest::newRow("length and chunked at once") << head("Content-Length: 10\r\nTransfer-Encoding: chunked\r\n")
                                                     << bad;
         QTest::newRow("length not a number") << head("Content-Length: 1e3\r\n") << bad;
-        QTest::newRow("two different lengths") << head("Content-Length: 10\r\nContent-Length: 20\r\n") << bad;
-        QTest::newRow("unknown protocol") << QByteArray("GET / HTTP/2.0\r\n\r\n") << bad;
-        QTest::newRow("header without colon") << head("Broken header\r\n") << bad;
         QTest::newRow("endless head") << QByteArray("GET /_functions/appVersion HTTP/1.1\r\nX-Filler: ")
                                              + QByteArray(64 * 1024, 'y')
                                       << headTooLarge;
@@ -157,7 +152,6 @@ private slots:
         QTest::newRow("exactly 1 MiB") << qsizetype(1024 * 1024) << 200;
         QTest::newRow("1 MiB and one byte") << qsizetype(1024 * 1024 + 1) << 413;
     }
-
     void acceptsBodiesUpToTheLimit()
     {
         QFETCH(qsizetype, size);
@@ -165,47 +159,31 @@ private slots:
         const auto server = startServer();
         QJsonObject call = test::modelCall(token, u"ping"_s);
         call.insert(u"padding"_s, QString());
-        const qsizetype bare = QJsonDocument(call).toJson(QJsonDocument::Compact).size();
-        call.insert(u"padding"_s, QString(size - bare, u'p'));
+        call.insert(u"padding"_s, QString(size - QJsonDocument(call).toJson(QJsonDocument::Compact).size(), u'p'));
         const QByteArray body = QJsonDocument(call).toJson(QJsonDocument::Compact);
         QCOMPARE(body.size(), size);
-
         QNetworkAccessManager network;
-        const test::HttpResult result =
-            test::post(network, QUrl(server->functionsUrl().toString() + u"/aiClaude"_s), body);
-        QCOMPARE(result.status, status);
+        QCOMPARE(test::post(network, QUrl(server->functionsUrl().toString() + u"/aiClaude"_s), body).status, status);
     }
 
-    void endsSlowClients_data()
+    // A client that sends one byte every 25 ms gets a 408; one that sends
+    // nothing is closed without a word.
+    void endsSlowAndIdleClients()
     {
-        QTest::addColumn<QByteArray>("start"); // sent at once
-        QTest::addColumn<QByteArray>("rest");  // then one byte every 25 ms
-        const QByteArray body = pingBody();
-        QTest::newRow("slow body") << head("Content-Length: " + QByteArray::number(body.size()) + "\r\n") << body;
-        QTest::newRow("slow head") << QByteArray() << head("Content-Length: " + QByteArray::number(body.size()) + "\r\n");
-    }
-
-    void endsSlowClients()
-    {
-        QFETCH(QByteArray, start);
-        QFETCH(QByteArray, rest);
         const auto log = std::make_shared<QStringList>();
         const auto server = startServer(150ms, log);
-        RawClient client(server->port());
-        client.send(start);
-        client.dribble(rest, 25ms);
-        QVERIFY(client.waitUntilClosed());
-        QCOMPARE(client.statusLine(), QByteArray("HTTP/1.1 408 Request Timeout"));
-        QVERIFY(client.sent() < start.size() + rest.size());
+        RawClient slow(server->port());
+        const QByteArray body = pingBody();
+        slow.send(lengthHead(body));
+        slow.dribble(body, 25ms);
+        QVERIFY(slow.waitUntilClosed());
+        QCOMPARE(slow.statusLine(), QByteArray("HTTP/1.1 408 Request Timeout"));
+        QVERIFY(slow.sent() < lengthHead(body).size() + body.size());
         QVERIFY(!log->isEmpty() && log->last().contains(u" 408 "_s));
-    }
 
-    void closesIdleConnections()
-    {
-        const auto server = startServer();
-        RawClient client(server->port());
-        QVERIFY(client.waitUntilClosed());
-        QVERIFY(client.received().isEmpty());
+        RawClient idle(server->port());
+        QVERIFY(idle.waitUntilClosed());
+        QVERIFY(idle.received().isEmpty());
     }
 
     // A plain and a chunked request on one connection, both answered.
@@ -214,7 +192,7 @@ private slots:
         const auto server = startServer();
         RawClient client(server->port());
         const QByteArray body = pingBody();
-        client.send(head("Content-Length: " + QByteArray::number(body.size()) + "\r\n") + body);
+        client.send(lengthHead(body) + body);
         QVERIFY(client.waitForReplies(1));
         client.send(head("Transfer-Encoding: chunked\r\n") + QByteArray::number(body.size(), 16) + "\r\n" + body
                     + "\r\n0\r\n\r\n");

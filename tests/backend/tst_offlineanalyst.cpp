@@ -54,13 +54,9 @@ private slots:
         QTest::addColumn<QString>("keys"); // sorted, space-separated
 
         const QString content = u"The Federal Reserve lowered its policy rate; the dollar slid against the euro."_s;
-        const QString briefingKeys = u"briefing_text key_points title watch_next"_s;
         QTest::newRow("quick scoring, relevant")
             << prompts::quickScoring(u"Fed cuts rates by 50bp in surprise move"_s, u"Reuters"_s, content)
             << u"analysis category factors headline pairs relevant score urgency"_s;
-        QTest::newRow("quick scoring, irrelevant")
-            << prompts::quickScoring(u"Celebrity chef opens restaurant in Paris"_s, u"People"_s, u"Menu."_s)
-            << u"relevant"_s;
         QTest::newRow("deep analysis")
             << prompts::deepAnalysis(u"ECB's Lagarde signals further rate hikes"_s, u"FXStreet"_s, content)
             << u"macro pairs risks score strategy summary watch_next"_s;
@@ -70,9 +66,7 @@ private slots:
         QTest::newRow("live briefing")
             << prompts::openBriefing(u"EU SESSION"_s, u"Frankfurt / London aktiv"_s, prompts::sampleNews(),
                                      prompts::sampleEvents())
-            << briefingKeys;
-        QTest::newRow("weekend briefing")
-            << prompts::weekendBriefing(prompts::sampleNews(), prompts::sampleEvents()) << briefingKeys;
+            << u"briefing_text key_points title watch_next"_s;
         QTest::newRow("instrument analysis")
             << prompts::instrumentAnalysis(u"EUR/USD"_s, 1.085512, 0.2345, prompts::sampleNews(),
                                            prompts::sampleEvents())
@@ -100,14 +94,11 @@ private slots:
         QTest::addColumn<QString>("prompt");
         QTest::newRow("free question") << u"Wie steht der Euro?"_s;
         QTest::newRow("scoring opening, nothing after the title") << u"Forex-Analyst. Bewerte diese News.\nTitel: x"_s;
-        QTest::newRow("opening in other case")
-            << prompts::quickScoring(u"Fed"_s, u"R"_s, u"c"_s).replace(u"Bewerte"_s, u"bewerte"_s);
         QTest::newRow("overview without its reply shape")
             << u"Erstelle eine kurze Marktübersicht (JSON):\nNews der letzten 2h:\n- [5/10] A (B)\nPaare: EUR/USD"_s;
         QTest::newRow("instrument without events block")
             << u"Du bist Senior Quantitative Analyst eines Tier-1 Hedgefonds.\nAnalysiere EUR/USD für einen "
                u"Trader der JETZT entscheiden muss.\n\nMARKTDATEN:\nKurs: 1.1 | Tageschange: +0.100%"_s;
-        QTest::newRow("ping with more words") << u"ping pong"_s;
     }
     void refusesUnknownPrompts()
     {
@@ -128,7 +119,6 @@ private slots:
                                       << u"hours employment EUR/USD=bearish"_s;
         QTest::newRow("yen intervention") << u"Bank of Japan intervention: yen surges"_s << 9
                                           << u"immediate central_bank USD/JPY=bearish"_s;
-        QTest::newRow("German headline") << u"EZB: Euro unter Druck"_s << 7 << u"hours central_bank EUR/USD=bearish"_s;
         QTest::newRow("soft data outweighs firm bets")
             << u"Euro slips as ECB rate cut bets firm after soft inflation data"_s << 9
             << u"immediate central_bank EUR/USD=bearish"_s;
@@ -136,10 +126,6 @@ private slots:
             << u"Gold slips from record high as Treasury yields rise"_s << 4 << u"hours commodities XAU/USD=bearish"_s;
         QTest::newRow("the instrument named first is the subject")
             << u"AUD/USD climbs to 0.6637 as ECB rate cut bets firm"_s << 6 << u"hours central_bank AUD/USD=bullish"_s;
-        QTest::newRow("oil outlook, no currency") << u"Oil prices outlook for next week"_s << 3
-                                                  << u"days commodities EUR/USD="_s;
-        QTest::newRow("words hidden in longer words do not count")
-            << u"ECB confirms overall stance"_s << 7 << u"hours central_bank EUR/USD=neutral"_s;
         QTest::newRow("federal is not the Fed") << u"Federal budget talks stall in Congress"_s << 0 << QString();
     }
     void scoresHeadlinesByKeywords()
@@ -199,11 +185,6 @@ private slots:
         QTest::newRow("overview news and pairs")
             << prompts::marketOverview({{6.9, u"Dollar (USD) firms"_s, u"WSJ"_s}}, {u"GBP/USD"_s, u"XAU/USD"_s})
             << u"news 6|Dollar (USD) firms|WSJ pairs GBP/USD|XAU/USD"_s;
-        QTest::newRow("headline left empty by an analysis")
-            << prompts::instrumentAnalysis(u"EUR/USD"_s, 1.1, 0, {{7, QString(), u"Reuters"_s}}, {})
-            << u"news 7||Reuters market EUR/USD|1.1|0"_s;
-        QTest::newRow("weekend plain line") << prompts::weekendBriefing({{3, u"Euro slips"_s, u"FT"_s}}, {})
-                                            << u"news -1|Euro slips|FT"_s;
         QTest::newRow("session of the open briefing, all-day event")
             << prompts::openBriefing(u"EU/US OVERLAP"_s, u"London / New York — höchstes Volumen"_s, {},
                                      prompts::sampleEvents())
@@ -267,9 +248,6 @@ private slots:
         QTest::newRow("open, long headlines everywhere")
             << prompts::openBriefing(u"US SESSION"_s, u"Schließt in 1h 25m"_s, fourteenLong, tenEvents)
             << QStringList{u"Global markets brace for a long week of central bank meetings"_s} << longWatch << false;
-        QTest::newRow("weekend, sample news") << prompts::weekendBriefing(prompts::sampleNews(), prompts::sampleEvents())
-                                              << QStringList{u"Fed cuts rates by 50bp in surprise move"_s}
-                                              << sampleWatch << true;
         QTest::newRow("weekend, nothing listed") << prompts::weekendBriefing({}, {}) << QStringList() << QStringList()
                                                  << true;
     }
@@ -341,9 +319,6 @@ private slots:
         QTest::newRow("EUR/USD after a dovish Fed") << u"EUR/USD"_s << 1.0855 << 0.3 << dovishFed << u"bullish"_s << 5;
         QTest::newRow("USD/JPY after a dovish Fed") << u"USD/JPY"_s << 151.234 << -0.5 << dovishFed << u"bearish"_s
                                                     << 3;
-        QTest::newRow("gold on momentum alone") << u"XAU/USD"_s << 2034.6 << 0.8 << QList<prompts::News>()
-                                                << u"bullish"_s << 2;
-        QTest::newRow("quiet pound") << u"GBP/USD"_s << 1.2712 << 0.05 << QList<prompts::News>() << u"neutral"_s << 5;
         QTest::newRow("dollar index without quote") << u"DXY"_s << 0.0 << 0.0 << dovishFed << u"bearish"_s << -1;
     }
     void instrumentLevelsMatchTheVerdict()
@@ -376,8 +351,6 @@ private slots:
             QCOMPARE(stopText, u"n/v"_s); // no quote: no invented levels
             return;
         }
-        if (verdict == "neutral"_L1)
-            return;
         // The analyst only knows the price as the prompt writes it, to five digits.
         price = QString::asprintf("%.5g", price).toDouble();
         const double stop = number(stopText);

@@ -35,13 +35,10 @@ struct FakeVendors
             const QJsonObject reply{{u"id"_s, u"msg_01"_s}, {u"type"_s, u"message"_s}, {u"content"_s, content}};
             return {200, "application/json", QJsonDocument(reply).toJson(QJsonDocument::Compact)};
         };
-        server.route(u"/v1/messages"_s, messages);
         server.route(u"/anthropic/v1/messages"_s, messages);
         server.route(u"/v1/audio/speech"_s, [this](const RecordedRequest &) -> kalvo::sim::HttpReply {
             if (mode == "html"_L1)
                 return {200, "text/html", "<!DOCTYPE html><html>Service Unavailable</html>"};
-            if (mode == "json error"_L1)
-                return {200, "application/json", R"({"error":{"message":"quota"}})"};
             return {200, "audio/mpeg", fakeMp3};
         });
         server.start();
@@ -60,7 +57,7 @@ struct ProxyHarness
         options.tokens = {token};
         options.anthropicKey = anthropicKey;
         options.openaiKey = openaiKey;
-        options.anthropicBase = vendors.server.baseUrl();
+        options.anthropicBase = QUrl(vendors.server.baseUrl().toString() + u"/anthropic/"_s); // a path is kept
         options.openaiBase = vendors.server.baseUrl();
         options.modelTimeout = 300ms;
         options.speechTimeout = 300ms;
@@ -97,68 +94,55 @@ class TestVendorProxy : public QObject
     Q_OBJECT
 
 private slots:
-    void forwardsModelCalls_data()
+    void forwardsCalls_data()
     {
-        QTest::addColumn<QString>("basePath");
+        QTest::addColumn<QString>("endpoint");
+        QTest::addColumn<QJsonObject>("call");
+        QTest::addColumn<QJsonObject>("reply");
         QTest::addColumn<QString>("vendorPath");
-        QTest::newRow("vendor at the root") << QString() << u"/v1/messages"_s;
-        QTest::newRow("vendor below a path") << u"/anthropic/"_s << u"/anthropic/v1/messages"_s;
-    }
+        QTest::addColumn<QJsonObject>("vendorHeaders"); // of x-api-key, anthropic-version, authorization
+        QTest::addColumn<QJsonObject>("vendorBody");
 
-    void forwardsModelCalls()
-    {
-        QFETCH(QString, basePath);
-        QFETCH(QString, vendorPath);
-        FakeVendors *vendors = nullptr;
-        ProxyHarness harness([&](BackendOptions &options) {
-            options.anthropicBase = QUrl(options.anthropicBase.toString() + basePath);
-        });
-        vendors = &harness.vendors;
         const QString prompt = u"Forex-Analyst. Bewerte diese News.\nTitel: „Fed“ senkt\nQuelle: X"_s;
-        const test::HttpResult result = harness.call(u"/aiClaude"_s, test::modelCall(token, prompt, 900, u"claude-opus-4-5"_s));
-
-        QCOMPARE(result.status, 200);
-        QCOMPARE(result.json(), (QJsonObject{{u"ok"_s, true}, {u"text"_s, u"{\"score\":7} – „Antwort“"_s}}));
-
-        QCOMPARE(vendors->server.requests().size(), 1);
-        const RecordedRequest &sent = vendors->server.requests().first();
-        QCOMPARE(sent.method, QByteArray("POST"));
-        QCOMPARE(sent.path, vendorPath);
-        QCOMPARE(sent.headers.value("x-api-key"), anthropicKey.toUtf8());
-        QCOMPARE(sent.headers.value("anthropic-version"), QByteArray("2023-06-01"));
-        QCOMPARE(sent.headers.value("content-type"), QByteArray("application/json"));
-        QVERIFY(!sent.headers.contains("authorization"));
-        const QJsonObject expected{
-            {u"model"_s, u"claude-opus-4-5"_s},
-            {u"max_tokens"_s, 900},
-            {u"messages"_s, QJsonArray{QJsonObject{{u"role"_s, u"user"_s}, {u"content"_s, prompt}}}},
-        };
-        QCOMPARE(QJsonDocument::fromJson(sent.body).object(), expected);
-        // The app's access token is the backend's business, never the vendor's.
-        QVERIFY(!sent.body.contains(token.toUtf8()));
-    }
-
-    void forwardsSpeechCalls()
-    {
-        ProxyHarness harness;
+        QTest::newRow("model") << u"/aiClaude"_s << test::modelCall(token, prompt, 900, u"claude-opus-4-5"_s)
+                               << QJsonObject{{u"ok"_s, true}, {u"text"_s, u"{\"score\":7} – „Antwort“"_s}}
+                               << u"/anthropic/v1/messages"_s
+                               << QJsonObject{{u"x-api-key"_s, anthropicKey}, {u"anthropic-version"_s, u"2023-06-01"_s}}
+                               << QJsonObject{{u"model"_s, u"claude-opus-4-5"_s},
+                                              {u"max_tokens"_s, 900},
+                                              {u"messages"_s, QJsonArray{QJsonObject{{u"role"_s, u"user"_s},
+                                                                                     {u"content"_s, prompt}}}}};
         const QString text = u"Die Märkte sind geschlossen."_s;
-        const test::HttpResult result = harness.call(u"/aiTTS"_s, test::speechCall(token, text));
-
+        QTest::newRow("speech") << u"/aiTTS"_s << test::speechCall(token, text)
+                                << QJsonObject{{u"ok"_s, true}, {u"audioBase64"_s, QString::fromLatin1(fakeMp3.toBase64())}}
+                                << u"/v1/audio/speech"_s << QJsonObject{{u"authorization"_s, u"Bearer "_s + openaiKey}}
+                                << QJsonObject{{u"model"_s, u"tts-1"_s}, {u"voice"_s, u"alloy"_s}, {u"input"_s, text},
+                                               {u"response_format"_s, u"mp3"_s}};
+    }
+    void forwardsCalls()
+    {
+        QFETCH(QString, endpoint);
+        QFETCH(QJsonObject, call);
+        QFETCH(QJsonObject, reply);
+        QFETCH(QString, vendorPath);
+        QFETCH(QJsonObject, vendorHeaders);
+        QFETCH(QJsonObject, vendorBody);
+        ProxyHarness harness;
+        const test::HttpResult result = harness.call(endpoint, call);
         QCOMPARE(result.status, 200);
-        QCOMPARE(result.json().value("ok"_L1), QJsonValue(true));
-        QCOMPARE(QByteArray::fromBase64(result.json().value("audioBase64"_L1).toString().toLatin1()), fakeMp3);
+        QCOMPARE(result.json(), reply);
 
         QCOMPARE(harness.vendors.server.requests().size(), 1);
         const RecordedRequest &sent = harness.vendors.server.requests().first();
-        QCOMPARE(sent.path, u"/v1/audio/speech"_s);
-        QCOMPARE(sent.headers.value("authorization"), "Bearer " + openaiKey.toUtf8());
+        QCOMPARE(sent.method, QByteArray("POST"));
+        QCOMPARE(sent.path, vendorPath);
         QCOMPARE(sent.headers.value("content-type"), QByteArray("application/json"));
-        QVERIFY(!sent.headers.contains("x-api-key"));
-        const QJsonObject expected{{u"model"_s, u"tts-1"_s},
-                                   {u"voice"_s, u"alloy"_s},
-                                   {u"input"_s, text},
-                                   {u"response_format"_s, u"mp3"_s}};
-        QCOMPARE(QJsonDocument::fromJson(sent.body).object(), expected);
+        for (const char *name : {"x-api-key", "anthropic-version", "authorization"}) {
+            QCOMPARE(sent.headers.contains(name), vendorHeaders.contains(QLatin1StringView(name)));
+            QCOMPARE(sent.headers.value(name), vendorHeaders.value(QLatin1StringView(name)).toString().toUtf8());
+        }
+        QCOMPARE(QJsonDocument::fromJson(sent.body).object(), vendorBody);
+        // The app's access token is the backend's business, never the vendor's.
         QVERIFY(!sent.body.contains(token.toUtf8()));
     }
 
@@ -176,14 +160,10 @@ private slots:
         QTest::newRow("model: cut short") << model << u"truncate"_s << 502 << u"vendor reply unreadable"_s;
         QTest::newRow("model: no text block") << model << u"no text"_s << 502 << u"vendor reply without text"_s;
         QTest::newRow("model: hangs") << model << u"hang"_s << 504 << u"vendor timeout"_s;
-        QTest::newRow("model: slow but in time") << model << u"delay"_s << 200 << QString();
         QTest::newRow("model: nobody listens") << model << u"unreachable"_s << 502 << u"vendor unreachable"_s;
         QTest::newRow("model: no key") << model << u"no key"_s << 503 << u"vendor key missing"_s;
         QTest::newRow("speech: HTML page") << speech << u"html"_s << 502 << u"vendor reply not audio"_s;
-        QTest::newRow("speech: JSON instead of audio") << speech << u"json error"_s << 502 << u"vendor reply not audio"_s;
-        QTest::newRow("speech: empty body") << speech << u"empty"_s << 502 << u"vendor reply not audio"_s;
         QTest::newRow("speech: hangs") << speech << u"hang"_s << 504 << u"vendor timeout"_s;
-        QTest::newRow("speech: vendor error") << speech << u"status 500"_s << 502 << u"vendor status 500"_s;
         QTest::newRow("speech: no key") << speech << u"no key"_s << 503 << u"vendor key missing"_s;
     }
 
@@ -201,13 +181,10 @@ private slots:
             if (trouble == "no key"_L1)
                 (toModel ? options.anthropicKey : options.openaiKey).clear();
         });
-        const QString vendorPath = toModel ? u"/v1/messages"_s : u"/v1/audio/speech"_s;
+        const QString vendorPath = toModel ? u"/anthropic/v1/messages"_s : u"/v1/audio/speech"_s;
         harness.vendors.mode = trouble;
-        static const QHash<QString, Fault> faults{{u"garbage"_s, {Fault::Kind::Garbage, 200, 0}},
-                                                  {u"truncate"_s, {Fault::Kind::Truncate, 200, 0}},
-                                                  {u"empty"_s, {Fault::Kind::Empty, 200, 0}},
-                                                  {u"hang"_s, {Fault::Kind::Hang, 200, 0}},
-                                                  {u"delay"_s, {Fault::Kind::Delay, 200, 30}}};
+        static const QHash<QString, Fault> faults{{u"truncate"_s, {Fault::Kind::Truncate, 200, 0}},
+                                                  {u"hang"_s, {Fault::Kind::Hang, 200, 0}}};
         if (trouble.startsWith("status "_L1))
             harness.vendors.server.setFault(vendorPath, {Fault::Kind::Status, trouble.mid(7).toInt(), 0});
         else if (faults.contains(trouble))
@@ -216,8 +193,6 @@ private slots:
         const QJsonObject body = toModel ? test::modelCall(token, u"ping"_s, 10) : test::speechCall(token, u"Hallo"_s);
         const test::HttpResult result = harness.call(endpoint, body);
         QCOMPARE(result.status, status);
-        if (status == 200)
-            return;
         QCOMPARE(result.json(), (QJsonObject{{u"ok"_s, false}, {u"error"_s, error}}));
         if (trouble == "no key"_L1)
             QCOMPARE(harness.vendors.server.requests().size(), 0);
