@@ -17,9 +17,7 @@ HttpResponse fetch(MarketHttp &http, const QString &url)
     get.url = QUrl(url);
     get.timeout = 2s;
     QFuture<HttpResponse> future = http.get(get);
-    if (!QTest::qWaitFor([&] { return future.isFinished(); }, 5000))
-        return {};
-    return future.result();
+    return QTest::qWaitFor([&] { return future.isFinished(); }, 5000) ? future.result() : HttpResponse{};
 }
 
 } // namespace
@@ -41,13 +39,8 @@ private slots:
         using Kind = sim::Fault::Kind;
         QTest::newRow("status with code") << u"status:429@/ff_calendar_nextweek.json"_s << true
                                           << u"/ff_calendar_nextweek.json"_s << int(Kind::Status) << 429 << 0;
-        QTest::newRow("status defaults to 500") << u"status@/feed/news/"_s << true << u"/feed/news/"_s
-                                                << int(Kind::Status) << 500 << 0;
-        QTest::newRow("hang") << u"hang@/feed/"_s << true << u"/feed/"_s << int(Kind::Hang) << 500 << 0;
-        QTest::newRow("delay") << u"delay:9000@/news/feed"_s << true << u"/news/feed"_s << int(Kind::Delay) << 500
-                               << 9000;
-        QTest::newRow("empty array") << u"empty-array@/ff_calendar_thisweek.json"_s << true
-                                     << u"/ff_calendar_thisweek.json"_s << int(Kind::EmptyArray) << 500 << 0;
+        QTest::newRow("status defaults to 500") << u"status@/feed/news/"_s << true << u"/feed/news/"_s << int(Kind::Status) << 500 << 0;
+        QTest::newRow("delay") << u"delay:9000@/news/feed"_s << true << u"/news/feed"_s << int(Kind::Delay) << 500 << 9000;
         QTest::newRow("path with @ and =")
             << u"truncate@/npm/@fawazahmed0/currency-api@latest/v1/currencies/usd.json"_s << true
             << u"/npm/@fawazahmed0/currency-api@latest/v1/currencies/usd.json"_s << int(Kind::Truncate) << 500 << 0;
@@ -55,11 +48,9 @@ private slots:
                                            << u"/rss/search?q=EURUSD&hl=en-US&gl=US&ceid=US:en"_s
                                            << int(Kind::Garbage) << 500 << 0;
         QTest::newRow("no target") << u"hang"_s << false << QString() << 0 << 0 << 0;
-        QTest::newRow("relative target") << u"hang@feed/"_s << false << QString() << 0 << 0 << 0;
         QTest::newRow("unknown kind") << u"explode@/feed/"_s << false << QString() << 0 << 0 << 0;
         QTest::newRow("delay needs its time") << u"delay@/feed/"_s << false << QString() << 0 << 0 << 0;
         QTest::newRow("no such status") << u"status:42@/feed/"_s << false << QString() << 0 << 0 << 0;
-        QTest::newRow("negative delay") << u"delay:-5@/feed/"_s << false << QString() << 0 << 0 << 0;
     }
     void parse()
     {
@@ -101,15 +92,6 @@ private slots:
 
         simulator.kill();
         simulator.waitForFinished();
-    }
-
-    void simulatorRefusesAnUnreadableFault()
-    {
-        QProcess simulator;
-        simulator.start(QStringLiteral(KALVO_SIM_EXECUTABLE), {u"--port"_s, u"0"_s, u"--fault"_s, u"explode@/feed/"_s});
-        QVERIFY(simulator.waitForFinished(5000));
-        QCOMPARE(simulator.exitCode(), 2);
-        QVERIFY(simulator.readAllStandardError().contains("explode@/feed/"));
     }
 };
 

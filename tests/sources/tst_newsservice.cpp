@@ -5,10 +5,8 @@
 #include "NewsFeeds.h"
 #include "core/Clock.h"
 #include "core/Endpoints.h"
-#include "sources/NewsFeedTable.h"
 #include "sources/NewsScore.h"
 #include "sources/NewsService.h"
-#include "sources/RSSParser.h"
 #include "sources/SeenHashes.h"
 #include "storage/DatabaseService.h"
 
@@ -17,8 +15,6 @@
 #include <QRegularExpression>
 #include <QSet>
 #include <QTemporaryDir>
-
-#include <sqlite3.h>
 
 using namespace kalvo;
 using namespace std::chrono_literals;
@@ -31,7 +27,7 @@ const QString scriptedPath = u"/feed/news/"_s; // the InvestingLive feed, priori
 Endpoints endpointsAt(const QUrl &base)
 {
     QStringList problems;
-    return Endpoints::fromJson(QJsonDocument(QJsonObject{{u"base"_s, base.toString()}}).toJson(), &problems);
+    return Endpoints::fromJson(compactJson({{u"base"_s, base.toString()}}), &problems);
 }
 
 QString rfc822(const QDateTime &instant)
@@ -49,20 +45,9 @@ QByteArray rssItem(const QString &title, const QString &link, const QString &dat
     return (item + u"</item>"_s).toUtf8();
 }
 
-QByteArray rssDocument(const QByteArray &items)
-{
-    return "<?xml version=\"1.0\" encoding=\"UTF-8\"?><rss version=\"2.0\"><channel><title>Scripted</title>" + items
-        + "</channel></rss>";
-}
-
 QString md5(const QString &text)
 {
     return QString::fromLatin1(QCryptographicHash::hash(text.toUtf8(), QCryptographicHash::Md5).toHex());
-}
-
-QString target(const sim::RecordedRequest &request)
-{
-    return request.query.isEmpty() ? request.path : request.path + u'?' + request.query;
 }
 
 QStringList titlesFrom(const QList<NewsItem> &items, const QString &source = {})
@@ -75,31 +60,6 @@ QStringList titlesFrom(const QList<NewsItem> &items, const QString &source = {})
     return titles;
 }
 
-// Writes rows straight into the file in one transaction; going through the
-// service would cost one transaction per row.
-void storeRows(const QString &path, const QList<NewsItem> &items)
-{
-    sqlite3 *db = nullptr;
-    sqlite3_stmt *insert = nullptr;
-    sqlite3_open(path.toUtf8().constData(), &db);
-    sqlite3_exec(db, "BEGIN", nullptr, nullptr, nullptr);
-    sqlite3_prepare_v2(db, "INSERT INTO news (id,title,source,url,published,content,hash,score,priority) "
-                           "VALUES (?,?,?,?,?,?,?,?,?)", -1, &insert, nullptr);
-    for (const NewsItem &item : items) {
-        const QList<QByteArray> texts{item.id.toUtf8(), item.title.toUtf8(), item.source.toUtf8(), item.url.toUtf8(),
-                                      formatIsoUtc(item.published).toUtf8(), item.content.toUtf8(), item.hash.toUtf8()};
-        for (int i = 0; i < texts.size(); ++i)
-            sqlite3_bind_text(insert, i + 1, texts[i].constData(), int(texts[i].size()), SQLITE_TRANSIENT);
-        sqlite3_bind_double(insert, 8, item.score);
-        sqlite3_bind_int(insert, 9, int(item.priority));
-        sqlite3_step(insert);
-        sqlite3_reset(insert);
-    }
-    sqlite3_finalize(insert);
-    sqlite3_exec(db, "COMMIT", nullptr, nullptr, nullptr);
-    sqlite3_close(db);
-}
-
 // One running service and everything it delivered.
 struct Session
 {
@@ -108,10 +68,7 @@ struct Session
     std::unique_ptr<NewsService> service;
     QCoro::Task<> loop;
 
-    bool waitForCycles(int count) const
-    {
-        return QTest::qWaitFor([&] { return cycles.size() >= count; }, 6000);
-    }
+    bool waitForCycles(int count) const { return QTest::qWaitFor([&] { return cycles.size() >= count; }, 6000); }
 };
 
 } // namespace
@@ -152,7 +109,8 @@ class TestNewsService : public QObject
     // Serves `items` as the one scripted feed; every other feed answers 404.
     std::unique_ptr<Session> startScripted(const QByteArray &items, const Config &config = {})
     {
-        m_document = rssDocument(items);
+        m_document = "<?xml version=\"1.0\" encoding=\"UTF-8\"?><rss version=\"2.0\"><channel><title>Scripted</title>"
+                   + items + "</channel></rss>";
         return startService(m_script.baseUrl(), config);
     }
 
@@ -192,7 +150,7 @@ private slots:
         const QList<sim::RecordedRequest> &requests = simulator().server().requests();
         QStringList targets;
         for (const sim::RecordedRequest &request : requests)
-            targets << target(request);
+            targets << (request.query.isEmpty() ? request.path : request.path + u'?' + request.query);
         QStringList expected = sim::NewsFeeds::targets();
         targets.sort();
         expected.sort();
@@ -206,15 +164,6 @@ private slots:
         }
         QCOMPARE(session->cycles, (QList<std::pair<QDateTime, bool>>{{startTime, true}}));
         QCOMPARE(session->items.size(), 22 * 3);
-        // Items arrive in document order per feed.
-        const QStringList feedTargets = sim::NewsFeeds::targets();
-        for (int i = 0; i < feedTargets.size(); ++i) {
-            const QUrl url(u"http://127.0.0.1"_s + feedTargets[i]);
-            QStringList inDocument;
-            for (const RSSEntry &entry : RSSParser::parse(simulator().news().reply(url.path(), url.query(QUrl::FullyEncoded)).body))
-                inDocument << entry.title;
-            QCOMPARE(titlesFrom(session->items, newsFeeds()[i].name), inDocument);
-        }
 
         // Pausing, not fetching: a cycle with due feeds would be waiting for
         // the network instead of sleeping.
@@ -229,28 +178,8 @@ private slots:
         QCOMPARE(session->cycles.last(), (std::pair{startTime.addSecs(10), true}));
     }
 
-    void itemIsBuiltFromItsEntry()
-    {
-        const QString link = u"https://investinglive.test/n/1"_s;
-        const auto session = startScripted(rssItem(u"  ECB minutes show officials split on rate hike \n"_s, link,
-                                                   rfc822(startTime.addSecs(-600)), u"<p>Details</p>"_s));
-        QVERIFY(session->waitForCycles(1));
-        QCOMPARE(session->items.size(), 1);
-        const NewsItem &item = session->items.first();
-        QVERIFY2(QRegularExpression(u"^[0-9A-F]{8}-[0-9A-F]{4}-4[0-9A-F]{3}-[89AB][0-9A-F]{3}-[0-9A-F]{12}$"_s)
-                     .match(item.id).hasMatch(),
-                 qPrintable(item.id));
-        const QString title = u"ECB minutes show officials split on rate hike"_s;
-        QCOMPARE((QStringList{item.title, item.source, item.url, item.content, item.hash}),
-                 (QStringList{title, u"InvestingLive"_s, link, u"Details"_s, md5(title + link)}));
-        QCOMPARE(item.published, startTime.addSecs(-600));
-        QCOMPARE(item.priority, 1ll);
-        QCOMPARE(item.score, 6.0); // 2.5 + 0.5 + 2.2 + 0.35 = 5.55, from title and description
-        QVERIFY(!item.analysis);
-    }
-
-    // Age limit, missing dates and the shortened content; the score always
-    // reads the whole description.
+    // The item built from an entry: age limit, missing dates, the cleaned and
+    // shortened content; the score always reads the whole description.
     void entriesBecomeItems_data()
     {
         QTest::addColumn<qint64>("maxAgeHours");
@@ -267,8 +196,9 @@ private slots:
                                       << QDateTime() << 0 << 0.0;
         QTest::newRow("23 hours old") << 24ll << rfc822(startTime.addSecs(-23 * 3600)) << plain << true
                                       << startTime.addSecs(-23 * 3600) << 19 << 3.0;
-        QTest::newRow("2 hours old, limit 1 hour") << 1ll << rfc822(startTime.addSecs(-7200)) << plain << false
-                                                   << QDateTime() << 0 << 0.0;
+        QTest::newRow("markup removed, worked score")
+            << 24ll << rfc822(startTime.addSecs(-600)) << u"<p>ECB minutes show officials split on rate hike</p>"_s << true
+            << startTime.addSecs(-600) << 45 << 6.0; // 2.5 + 0.5 + 2.2 + 0.35 = 5.55
         QTest::newRow("no date: two hours back") << 24ll << QString() << plain << true << twoHoursAgo << 19 << 3.0;
         QTest::newRow("no date, limit 1 hour: kept") << 1ll << QString() << plain << true << twoHoursAgo << 19 << 3.0;
         QTest::newRow("5000 characters, keywords at the end")
@@ -289,52 +219,44 @@ private slots:
         QFETCH(double, score);
         Config config;
         config.newsMaxAgeHours = maxAgeHours;
-        const auto session = startScripted(rssItem(u"Headline"_s, u"/n/1"_s, date, description), config);
+        const QString link = u"https://investinglive.test/n/1"_s;
+        const auto session = startScripted(rssItem(u"Headline"_s, link, date, description), config);
         QVERIFY(session->waitForCycles(1));
         QCOMPARE(session->items.size(), kept ? 1 : 0);
         if (!kept)
             return;
         const NewsItem &item = session->items.first();
+        QVERIFY2(QRegularExpression(u"^[0-9A-F]{8}-[0-9A-F]{4}-4[0-9A-F]{3}-[89AB][0-9A-F]{3}-[0-9A-F]{12}$"_s)
+                     .match(item.id).hasMatch(), qPrintable(item.id));
+        QCOMPARE((QStringList{item.source, item.url, item.hash}), (QStringList{u"InvestingLive"_s, link, md5(u"Headline"_s + link)}));
+        QCOMPARE((std::pair{item.priority, bool(item.analysis)}), (std::pair{1ll, false}));
         QCOMPARE(item.published, published);
         QCOMPARE(item.content.size(), contentSize);
-        QVERIFY(description.startsWith(item.content));
+        QVERIFY(QString(description).remove(u"<p>"_s).remove(u"</p>"_s).startsWith(item.content));
         QCOMPARE(item.score, score);
     }
 
     void duplicatesNeverReachTheCallback_data()
     {
         QTest::addColumn<QByteArray>("items");
-        QTest::addColumn<int>("newerStoredRows"); // stored rows newer than the stored copy, if any
-        QTest::addColumn<bool>("storedCopy");     // the first item is in the database already
         QTest::addColumn<QStringList>("delivered");
 
         const QByteArray a = rssItem(u"Fed holds"_s, u"/n/a"_s);
         QTest::newRow("twice in one feed") << QByteArray(a + rssItem(u"Fed holds"_s, u"/n/a"_s, {}, u"again"_s))
-                                           << 0 << false << QStringList{u"Fed holds"_s};
-        QTest::newRow("same title, other link") << QByteArray(a + rssItem(u"Fed holds"_s, u"/n/b"_s)) << 0 << false
+                                           << QStringList{u"Fed holds"_s};
+        QTest::newRow("same title, other link") << QByteArray(a + rssItem(u"Fed holds"_s, u"/n/b"_s))
                                                 << QStringList{u"Fed holds"_s, u"Fed holds"_s};
         QTest::newRow("title and link run together")
-            << QByteArray(rssItem(u"Fed holds/"_s, u"n/a"_s) + a) << 0 << false << QStringList{u"Fed holds/"_s};
-        QTest::newRow("stored behind 500 newer rows") << a << 500 << true << QStringList{};
+            << QByteArray(rssItem(u"Fed holds/"_s, u"n/a"_s) + a) << QStringList{u"Fed holds/"_s};
+        QTest::newRow("document order kept") << QByteArray(rssItem(u"3"_s, u"/3"_s) + rssItem(u"1"_s, u"/1"_s) + rssItem(u"2"_s, u"/2"_s))
+                                             << QStringList{u"3"_s, u"1"_s, u"2"_s};
     }
     void duplicatesNeverReachTheCallback()
     {
         QFETCH(QByteArray, items);
-        QFETCH(int, newerStoredRows);
-        QFETCH(bool, storedCopy);
-        QFETCH(QStringList, delivered);
-        QList<NewsItem> rows;
-        if (storedCopy) {
-            rows << NewsItem{u"STORED"_s, u"Fed holds"_s, u"InvestingLive"_s, u"/n/a"_s, startTime.addDays(-3),
-                             {}, md5(u"Fed holds/n/a"_s), 3, 1, {}};
-        }
-        for (int i = 0; i < newerStoredRows; ++i)
-            rows << test::newsItem(i, startTime.addSecs(-i));
-        storeRows(databasePath(), rows);
-
         const auto session = startScripted(items);
         QVERIFY(session->waitForCycles(1));
-        QCOMPARE(titlesFrom(session->items), delivered);
+        QTEST(titlesFrom(session->items), "delivered");
     }
 
     void knownItemsStayKnownAfterARestart()
@@ -355,13 +277,12 @@ private slots:
 
     void healthOfACycle_data()
     {
-        QTest::addColumn<int>("faultKind"); // -1: none
+        QTest::addColumn<int>("faultKind");
         QTest::addColumn<int>("status");
         QTest::addColumn<bool>("spareOne"); // the InvestingLive feed answers normally
         QTest::addColumn<bool>("healthy");
 
         const int status = int(sim::Fault::Kind::Status);
-        QTest::newRow("all deliver") << -1 << 0 << false << true;
         QTest::newRow("all but one answer 503") << status << 503 << true << true;
         QTest::newRow("all answer 503") << status << 503 << false << false;
         QTest::newRow("all answer garbage") << int(sim::Fault::Kind::Garbage) << 0 << false << false;
@@ -373,12 +294,9 @@ private slots:
         QFETCH(int, status);
         QFETCH(bool, spareOne);
         QFETCH(bool, healthy);
-        if (faultKind >= 0) {
-            for (const QString &feed : sim::NewsFeeds::targets()) {
-                const QString path = QUrl(feed).path();
-                if (!(spareOne && path == scriptedPath))
-                    simulator().server().setFault(path, {sim::Fault::Kind(faultKind), status, 0});
-            }
+        for (const QString &feed : sim::NewsFeeds::targets()) {
+            if (!(spareOne && QUrl(feed).path() == scriptedPath))
+                simulator().server().setFault(QUrl(feed).path(), {sim::Fault::Kind(faultKind), status, 0});
         }
         const auto session = startService(simulator().baseUrl());
         QVERIFY(session->waitForCycles(1));
@@ -386,29 +304,15 @@ private slots:
         QCOMPARE(simulator().server().requests().size(), 22);
     }
 
-    // The time-out is cut to 400 ms here; with the 8-second default the wait
-    // for the cycle would give up first. A feed that keeps dripping bytes is
-    // cut off after three time-outs in all.
-    void slowFeeds_data()
+    // A feed that never answers costs the cycle its time-out (cut to 400 ms
+    // here), not its health; it is due again ten seconds after the cycle began.
+    void hangingFeed()
     {
-        QTest::addColumn<int>("faultKind");
-        QTest::addColumn<bool>("delivered");
-        QTest::newRow("hanging feed") << int(sim::Fault::Kind::Hang) << false;
-        QTest::newRow("slower than the others, within the time-out") << int(sim::Fault::Kind::Delay) << true;
-        QTest::newRow("dripping feed, never quiet for long") << int(sim::Fault::Kind::Trickle) << false;
-    }
-    void slowFeeds()
-    {
-        QFETCH(int, faultKind);
-        QFETCH(bool, delivered);
-        simulator().server().setFault(scriptedPath, {sim::Fault::Kind(faultKind), 0, 100});
+        simulator().server().setFault(scriptedPath, {sim::Fault::Kind::Hang, 0, 0});
         const auto session = startService(simulator().baseUrl(), {}, 400ms);
         QVERIFY(session->waitForCycles(1));
         QCOMPARE(session->cycles.first().second, true);
-        QCOMPARE(titlesFrom(session->items, u"InvestingLive"_s).size(), delivered ? 3 : 0);
-        QCOMPARE(session->items.size(), delivered ? 66 : 63);
-
-        // Failed or not, the feed is due again ten seconds after the cycle began.
+        QCOMPARE(session->items.size(), 63);
         simulator().server().clearFaults();
         m_clock.advance(10s);
         QVERIFY(session->waitForCycles(2));
@@ -416,30 +320,17 @@ private slots:
         QCOMPARE(titlesFrom(session->items, u"InvestingLive"_s).size(), 3);
     }
 
-    void destroyingTheServiceEndsItsLoop_data()
-    {
-        QTest::addColumn<bool>("feedHangs");
-        QTest::addColumn<int>("cyclesFirst");
-        QTest::newRow("before the first cycle") << false << 0;
-        QTest::newRow("during the pause") << false << 1;
-        QTest::newRow("while a feed hangs") << true << 0;
-    }
+    // Destroyed while a feed hangs: the loop ends at once, nothing more arrives.
     void destroyingTheServiceEndsItsLoop()
     {
-        QFETCH(bool, feedHangs);
-        QFETCH(int, cyclesFirst);
-        if (feedHangs)
-            simulator().server().setFault(scriptedPath, {sim::Fault::Kind::Hang, 0, 0});
+        simulator().server().setFault(scriptedPath, {sim::Fault::Kind::Hang, 0, 0});
         const auto session = startService(simulator().baseUrl(), {}, 8s);
-        if (feedHangs)
-            QVERIFY(QTest::qWaitFor([&] { return simulator().server().requests().size() == 22; }, 6000));
-        QVERIFY(session->waitForCycles(cyclesFirst));
-
+        QVERIFY(QTest::qWaitFor([&] { return simulator().server().requests().size() == 22; }, 6000));
         session->service.reset();
         const qsizetype itemsSoFar = session->items.size();
         QVERIFY(QTest::qWaitFor([&] { return session->loop.isReady(); }, 3000));
         QCOMPARE(session->items.size(), itemsSoFar);
-        QCOMPARE(session->cycles.size(), cyclesFirst);
+        QVERIFY(session->cycles.isEmpty());
         QCOMPARE(m_clock.pendingSleepers(), 0);
     }
 
@@ -449,17 +340,12 @@ private slots:
         QTest::addColumn<int>("priority");
         QTest::addColumn<double>("score");
 
-        QTest::newRow("no keyword, priority 1") << u"quiet day in the markets"_s << 1 << 3.0;
         QTest::newRow("no keyword, priority 3: 1.5 rounds up") << u"quiet day in the markets"_s << 3 << 2.0;
-        QTest::newRow("unknown priority counts as 3") << u"quiet day in the markets"_s << 0 << 2.0;
-        QTest::newRow("live inside delivery") << u"dollar delivery slows"_s << 2 << 3.0;
         QTest::newRow("war inside award, 3.5 rounds up") << u"fund wins award"_s << 2 << 4.0;
         QTest::newRow("a keyword counts once") << u"war war war war"_s << 3 << 3.0;
         QTest::newRow("relevance capped at 2")
             << u"usd eur gbp jpy chf cad aud nzd forex dollar yen yuan"_s << 3 << 4.0;
         QTest::newRow("shock capped at 3") << u"war attack sanction default"_s << 3 << 5.0;
-        QTest::newRow("medium capped at 1.5")
-            << u"minutes speech forecast guidance outlook survey"_s << 3 << 3.0;
         QTest::newRow("clamped to 10")
             << u"breaking live: fed fomc emergency rate cut rate hike ecb boe gdp recession crisis war attack "
                "sanction default minutes speech forecast guidance outlook survey"_s
@@ -473,26 +359,15 @@ private slots:
         QCOMPARE(kalvo::localScore(text, priority), score);
     }
 
-    void seenHashesStayBounded_data()
-    {
-        QTest::addColumn<int>("distinct");
-        QTest::addColumn<bool>("repeatLast");
-        QTest::addColumn<qsizetype>("size");
-        QTest::newRow("at the limit") << 5000 << false << qsizetype(5000);
-        QTest::newRow("one past the limit") << 5001 << false << qsizetype(4000);
-        QTest::newRow("pruned, then growing") << 5005 << false << qsizetype(4004);
-    }
+    // Seen hashes: at 5000 kept, one more prunes to 4000.
     void seenHashesStayBounded()
     {
-        QFETCH(int, distinct);
-        QFETCH(bool, repeatLast);
-        QFETCH(qsizetype, size);
         SeenHashes hashes;
-        for (int i = 0; i < distinct; ++i)
+        for (int i = 0; i < 5000; ++i)
             hashes.insert(md5(QString::number(i)));
-        if (repeatLast)
-            hashes.insert(md5(QString::number(distinct - 1)));
-        QCOMPARE(hashes.size(), size);
+        QCOMPARE(hashes.size(), qsizetype(5000));
+        hashes.insert(md5(u"one more"_s));
+        QCOMPARE(hashes.size(), qsizetype(4000));
     }
 };
 

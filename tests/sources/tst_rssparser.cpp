@@ -9,17 +9,11 @@ using namespace kalvo;
 namespace {
 
 // One line per entry keeps a failing comparison readable.
-QString describe(const RSSEntry &entry)
-{
-    const QString published = entry.published ? entry.published->toUTC().toString(Qt::ISODateWithMs) : u"none"_s;
-    return QStringList{entry.title, entry.link, entry.description, published}.join(u" | "_s);
-}
-
 QStringList describe(const QList<RSSEntry> &entries)
 {
     QStringList lines;
-    for (const RSSEntry &entry : entries)
-        lines << describe(entry);
+    for (const RSSEntry &e : entries)
+        lines << QStringList{e.title, e.link, e.description, e.published ? e.published->toUTC().toString(Qt::ISODateWithMs) : u"none"_s}.join(u" | "_s);
     return lines;
 }
 
@@ -40,13 +34,12 @@ QByteArray rss(const QByteArray &items)
 
 QByteArray atom(const QByteArray &entries)
 {
-    return "<feed xmlns=\"http://www.w3.org/2005/Atom\"><title>Feed</title><updated>2024-05-03T09:00:00Z</updated>"
-        + entries + "</feed>";
+    return "<feed xmlns=\"http://www.w3.org/2005/Atom\"><title>Feed</title><updated>2024-05-03T09:00:00Z</updated>" + entries + "</feed>";
 }
 
-QDateTime local(int year, int month, int day, int hour = 0, int minute = 0, int second = 0)
+QDateTime local(int hour, int minute)
 {
-    return QDateTime(QDate(year, month, day), QTime(hour, minute, second), QTimeZone::systemTimeZone());
+    return QDateTime(QDate(2024, 5, 3), QTime(hour, minute), QTimeZone::systemTimeZone());
 }
 
 QDateTime utcMs(int hour, int minute, int second, int ms)
@@ -110,18 +103,12 @@ private slots:
             << QStringList{u"T |  |  | none"_s};
         QTest::newRow("escaped empty tag empties an earlier title")
             << rss("<item><title>First</title><title>&lt;b&gt;&lt;/b&gt;</title></item>") << QStringList{};
-        QTest::newRow("a later title replaces an earlier one")
-            << rss("<item><title>First</title><title>Second</title></item>")
-            << QStringList{u"Second |  |  | none"_s};
         QTest::newRow("white space in titles is folded")
             << rss("<item><title>\n  Fed   holds\t rates \n</title></item>")
             << QStringList{u"Fed holds rates |  |  | none"_s};
         QTest::newRow("text before a child element is lost")
             << rss("<item><title>T</title><description>Lead <b>bold</b> tail</description></item>")
             << QStringList{u"T |  | tail | none"_s};
-        QTest::newRow("double-escaped HTML entities stay as written")
-            << rss("<item><title>T</title><description>a&amp;nbsp;b &#233;t&#xE9;</description></item>")
-            << QStringList{u"T |  | a&nbsp;b été | none"_s};
         QTest::newRow("item without a title is dropped, the next kept")
             << rss("<item><link>/x</link></item><item><title>Y</title></item>")
             << QStringList{u"Y |  |  | none"_s};
@@ -140,9 +127,6 @@ private slots:
                            "2024-05-03T14:20:00.000Z"_s};
         QTest::newRow("a new item start discards the unfinished one")
             << rss("<item><title>A</title><item><title>B</title></item>") << QStringList{u"B |  |  | none"_s};
-        QTest::newRow("items keep document order")
-            << rss("<item><title>3</title></item><item><title>1</title></item><item><title>2</title></item>")
-            << QStringList{u"3 |  |  | none"_s, u"1 |  |  | none"_s, u"2 |  |  | none"_s};
     }
     void entriesFromDocuments()
     {
@@ -166,24 +150,6 @@ private slots:
             << rss(one + "<item><title>A&nbsp;B</title></item>") << QStringList{u"One"_s};
         QTest::newRow("empty body") << QByteArray() << QStringList{};
         QTest::newRow("binary garbage") << QByteArray("\x00\xff\xfe<<\x01garbage\x80", 16) << QStringList{};
-        QTest::newRow("HTML error page")
-            << QByteArray("<html><body><h1>502 Bad Gateway</h1></body></html>") << QStringList{};
-        QTest::newRow("second root element")
-            << QByteArray(rss(one) + "<rss><channel><item><title>Two</title></item></channel></rss>")
-            << QStringList{u"One"_s};
-        QTest::newRow("declared Latin-1 encoding")
-            << QByteArray("<?xml version=\"1.0\" encoding=\"ISO-8859-1\"?><rss><channel><item><title>Caf\xe9 "
-                          "cr\xe8me</title></item></channel></rss>")
-            << QStringList{u"Café crème"_s};
-        const QString utf16Text = QString::fromUtf8(rss("<item><title>Yen ¥ rallies</title></item>")).replace(
-            u"encoding=\"UTF-8\""_s, u"encoding=\"UTF-16\""_s);
-        QByteArray utf16("\xff\xfe", 2);
-        utf16.append(reinterpret_cast<const char *>(utf16Text.utf16()), utf16Text.size() * 2);
-        QTest::newRow("UTF-16 with byte order mark") << utf16 << QStringList{u"Yen ¥ rallies"_s};
-        QTest::newRow("small declared entity is resolved")
-            << QByteArray("<?xml version=\"1.0\"?><!DOCTYPE rss [<!ENTITY fed \"Federal Reserve\">]>"
-                          "<rss><channel><item><title>&fed; holds</title></item></channel></rss>")
-            << QStringList{u"Federal Reserve holds"_s};
     }
     void badInputEndsSafely()
     {
@@ -195,11 +161,8 @@ private slots:
     // The reader does expand entities declared in an internal DTD, but one
     // that grows past its expansion limit (4096 characters) ends the document
     // as malformed: no exponential time or memory, no giant title.
-    void entityBombStaysSmall_data()
+    void entityBombStaysSmall()
     {
-        QTest::addColumn<QByteArray>("declarations");
-        QTest::addColumn<QByteArray>("reference");
-
         QByteArray laughs = "<!ENTITY lol0 \"lol\">";
         for (int level = 1; level <= 9; ++level) {
             laughs += "<!ENTITY lol" + QByteArray::number(level) + " \"";
@@ -207,17 +170,9 @@ private slots:
                 laughs += "&lol" + QByteArray::number(level - 1) + ';';
             laughs += "\">";
         }
-        QTest::newRow("billion laughs") << laughs << QByteArray("&lol9;");
-        QTest::newRow("one wide entity")
-            << QByteArray("<!ENTITY wide \"" + QByteArray(100'000, 'x') + "\">") << QByteArray("&wide;");
-    }
-    void entityBombStaysSmall()
-    {
-        QFETCH(QByteArray, declarations);
-        QFETCH(QByteArray, reference);
-        const QByteArray document = "<?xml version=\"1.0\"?><!DOCTYPE rss [" + declarations + "]><rss><channel>"
-                                    "<item><title>Before</title></item><item><title>" + reference
-                                    + "</title></item><item><title>After</title></item></channel></rss>";
+        const QByteArray document = "<?xml version=\"1.0\"?><!DOCTYPE rss [" + laughs + "]><rss><channel>"
+                                    "<item><title>Before</title></item><item><title>&lol9;</title></item>"
+                                    "<item><title>After</title></item></channel></rss>";
         const QList<RSSEntry> entries = RSSParser::parse(document);
         QVERIFY(!entries.isEmpty());
         QCOMPARE(entries.first().title, u"Before"_s);
@@ -225,34 +180,13 @@ private slots:
             QVERIFY2(entry.title.size() <= 4096, qPrintable(u"title of %1 characters"_s.arg(entry.title.size())));
     }
 
-    // Sizes far beyond real feeds must still be handled in linear time.
-    void largeInputs_data()
+    // A feed far beyond real sizes is still read completely, in linear time.
+    void twentyMegabyteFeed()
     {
-        QTest::addColumn<QByteArray>("document");
-        QTest::addColumn<int>("expectedEntries");
-        QTest::addColumn<int>("expectedDescriptionSize");
-
         const QByteArray feed = bigFeed(20'000'000);
-        QTest::newRow("20 MB of ordinary items") << feed << int(feed.count("<item>")) << 133;
-        QByteArray opens;
-        opens.reserve(5'000'000 * 4);
-        for (int i = 0; i < 5'000'000; ++i)
-            opens += "&lt;";
-        QTest::newRow("20 MB of '<' without '>'")
-            << rss("<item><title>T</title><description>" + opens + "</description></item>") << 1 << 5'000'000;
-        QTest::newRow("20 MB of blanks")
-            << rss("<item><title>T</title><description>a" + QByteArray(20'000'000, ' ') + "b</description></item>")
-            << 1 << 3;
-    }
-    void largeInputs()
-    {
-        QFETCH(QByteArray, document);
-        QFETCH(int, expectedEntries);
-        QFETCH(int, expectedDescriptionSize);
-        QVERIFY(document.size() >= 20'000'000);
-        const QList<RSSEntry> entries = RSSParser::parse(document);
-        QCOMPARE(entries.size(), expectedEntries);
-        QCOMPARE(entries.last().description.size(), expectedDescriptionSize);
+        const QList<RSSEntry> entries = RSSParser::parse(feed);
+        QCOMPARE(entries.size(), feed.count("<item>"));
+        QCOMPARE(entries.last().description.size(), 133);
     }
 
     void clean_data()
@@ -263,12 +197,10 @@ private slots:
         QTest::newRow("tags become blanks") << u"<p>Hello</p>world"_s << u"Hello world"_s;
         QTest::newRow("<> is no tag") << u"a <> b"_s << u"a <> b"_s;
         QTest::newRow("< without >") << u"1 < 2 and 3"_s << u"1 < 2 and 3"_s;
-        QTest::newRow("tag across lines") << u"see <a\nhref='x'>this</a> now"_s << u"see this now"_s;
         QTest::newRow("nested opener") << u"x <<b> y"_s << u"x y"_s;
         QTest::newRow("runs of white space") << u" a \t\n\r b  "_s << u"a b"_s;
         QTest::newRow("no-break space folds") << u"a\u00a0\u00a0b"_s << u"a b"_s;
         QTest::newRow("vertical tab is not folded") << u"a\u000bb"_s << u"a\u000bb"_s;
-        QTest::newRow("vertical tab is trimmed at the ends") << u"\u000ba b\u000b"_s << u"a b"_s;
     }
     void clean()
     {
@@ -286,7 +218,6 @@ private slots:
         // The four ISO 8601 forms; a value without zone is UTC.
         QTest::newRow("iso, fraction, Z") << u"2024-05-03T14:20:00.123Z"_s << utcMs(14, 20, 0, 123);
         QTest::newRow("iso, one fraction digit, offset") << u"2024-05-03T16:20:00.5+02:00"_s << utcMs(14, 20, 0, 500);
-        QTest::newRow("iso, Z") << u"2024-05-03T14:20:00Z"_s << at1420;
         QTest::newRow("iso, offset") << u"2024-05-03T09:20:00-05:00"_s << at1420;
         QTest::newRow("iso, basic time, no zone") << u"2024-05-03T142000"_s << at1420;
         QTest::newRow("iso, basic time, offset") << u"2024-05-03T162000+0200"_s << at1420;
@@ -294,24 +225,21 @@ private slots:
         QTest::newRow("1: numeric offset") << u"Fri, 03 May 2024 16:20:00 +0200"_s << at1420;
         QTest::newRow("2: GMT") << u"Fri, 03 May 2024 14:20:00 GMT"_s << at1420;
         QTest::newRow("2: EST") << u"Fri, 03 May 2024 09:20:00 EST"_s << at1420;
-        QTest::newRow("2: EDT") << u"Fri, 03 May 2024 10:20:00 EDT"_s << at1420;
         QTest::newRow("3: two blanks, offset") << u"Fri,  3 May 2024 14:20:00 +0000"_s << at1420;
         QTest::newRow("5: no weekday, offset") << u"03 May 2024 14:20:00 +0000"_s << at1420;
         QTest::newRow("7: no seconds, offset") << u"Fri, 03 May 2024 14:20 +0000"_s << at1420;
         QTest::newRow("9: basic offset") << u"2024-05-03T16:20:00+0200"_s << at1420;
         QTest::newRow("10: fraction, basic offset") << u"2024-05-03T16:20:00.250+0200"_s << utcMs(14, 20, 0, 250);
         QTest::newRow("13: blank, offset") << u"2024-05-03 16:20:00 +0200"_s << at1420;
-        QTest::newRow("14: local time") << u"2024-05-03 14:20:00"_s << local(2024, 5, 3, 14, 20);
-        QTest::newRow("15: local midnight") << u"2024-05-03"_s << local(2024, 5, 3);
+        QTest::newRow("14: local time") << u"2024-05-03 14:20:00"_s << local(14, 20);
+        QTest::newRow("15: local midnight") << u"2024-05-03"_s << local(0, 0);
         QTest::newRow("one-digit day, one blank") << u"Fri, 3 May 2024 14:20:00 GMT"_s << at1420;
         QTest::newRow("surrounding white space") << u" \n Fri, 03 May 2024 14:20:00 GMT \t"_s << at1420;
         // Not dates.
         QTest::newRow("empty") << QString() << QDateTime();
-        QTest::newRow("words") << u"yesterday"_s << QDateTime();
         QTest::newRow("trailing text") << u"Fri, 03 May 2024 14:20:00 +0000 (UTC)"_s << QDateTime();
         QTest::newRow("iso without zone") << u"2024-05-03T14:20:00"_s << QDateTime();
         QTest::newRow("month 13") << u"2024-13-03"_s << QDateTime();
-        QTest::newRow("hour 25") << u"Fri, 03 May 2024 25:20:00 GMT"_s << QDateTime();
     }
     void parseDate()
     {
