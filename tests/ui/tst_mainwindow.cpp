@@ -43,21 +43,14 @@ private slots:
         // The centre takes the rest: 1400 - 280 (left) - 360 (right) - two dividers.
         QCOMPARE(h.item(u"centerColumn"_s)->width(), 758.0);
         QCOMPARE(h.text(u"statusLine"_s), u"⚠ AI-Backend nicht erreichbar"_s);
-
-        h.window->close();
-        QVERIFY(!h.state.isRunning());
-    }
-
-    void statusBarCountsAnalysedAndAllHeadlines()
-    {
-        test::WindowHarness h(wednesday);
-        QVERIFY(h.load());
-        QCOMPARE(h.text(u"newsCount"_s), u"0/0 News"_s);
+        QVERIFY(!h.shows(u"demoBadge"_s)); // only in demo mode
+        QCOMPARE(h.text(u"newsCount"_s), u"0/0 News"_s); // analysed / all headlines
         h.state.onNewsItem(headline(u"a"_s, true));
         h.state.onNewsItem(headline(u"b"_s, false));
         h.state.onNewsItem(headline(u"c"_s, true));
         QCOMPARE(h.text(u"newsCount"_s), u"2/3 News"_s);
-        QCOMPARE(h.color(u"newsCount"_s), Theme::textMuted());
+        h.window->close();
+        QVERIFY(!h.state.isRunning());
     }
 
     // The market's labels are the market clock's; here: the bar follows it on its one-second tick.
@@ -67,19 +60,13 @@ private slots:
         QVERIFY(h.load());
         // Until the first tick: no clock, and the badge of the moment the bar appeared.
         QCOMPARE(h.text(u"clockText"_s), QString());
-        QCOMPARE(h.text(u"marketLabel"_s), u"EU/US OVERLAP"_s);
-        QCOMPARE(h.color(u"marketDot"_s), Theme::green());
-
         QObject *timer = h.object(u"clockTimer"_s);
-        QVERIFY(timer);
-        QCOMPARE(timer->property("interval").toInt(), 1000);
+        QCOMPARE(timer ? timer->property("interval").toInt() : 0, 1000);
         h.clock.setNow(test::utc(2025, 3, 8, 10, 0)); // Saturday
         QCOMPARE(h.text(u"marketLabel"_s), u"EU/US OVERLAP"_s);
         QMetaObject::invokeMethod(timer, "triggered");
         QCOMPARE(h.text(u"clockText"_s), u"08.03.2025  11:00:00"_s);
-        QCOMPARE(h.color(u"clockText"_s), Theme::cyan());
         QCOMPARE(h.text(u"marketLabel"_s), u"WOCHENENDE"_s);
-        QCOMPARE(h.color(u"marketLabel"_s), Theme::orange());
         QCOMPARE(h.color(u"marketDot"_s), Theme::orange());
     }
 
@@ -108,38 +95,26 @@ private slots:
         QQuickItem *item = h.item(button);
         QVERIFY(item);
         QCOMPARE(item->property("border").value<QObject *>()->property("color").value<QColor>().rgb(), accent.rgb());
-
         // The backend is unreachable: the operation starts, fails and lowers its flag.
-        QVERIFY(h.state.aiAvailable());
         QStringList statuses;
         QObject::connect(&h.state, &AppState::statusChanged, [&] { statuses << h.state.status(); });
         QVERIFY(h.click(item));
         QTRY_COMPARE(statuses, QStringList({startText, endText}));
         QCOMPARE(h.state.property(busyFlag.constData()).toBool(), false);
-
         // While the operation runs: spinner instead of the icon, and disabled.
-        QVERIFY(h.shows(u"icon"_s, item));
-        QVERIFY(!h.shows(u"spinner"_s, item));
+        QVERIFY(h.shows(u"icon"_s, item) && !h.shows(u"spinner"_s, item));
         h.state.setProperty(busyFlag.constData(), true);
-        QVERIFY(h.shows(u"spinner"_s, item));
-        QVERIFY(!h.shows(u"icon"_s, item));
+        QVERIFY(h.shows(u"spinner"_s, item) && !h.shows(u"icon"_s, item));
         QVERIFY(!item->isEnabled());
     }
 
-    void demoMarkOnlyInDemoMode()
+    void demoMark()
     {
-        for (const bool demo : {true, false}) {
-            test::WindowHarness h(wednesday);
-            h.state.setDemo(demo);
-            QVERIFY(h.load());
-            QQuickItem *badge = h.item(u"demoBadge"_s);
-            QVERIFY(badge);
-            QCOMPARE(test::WindowHarness::shown(badge), demo);
-            QCOMPARE(h.text(u"demoText"_s, badge), u"DEMO"_s);
-            QCOMPARE(h.color(u"demoText"_s, badge), Theme::yellow());
-            // Beside the title, before the market badge.
-            QVERIFY(badge->mapToScene({0, 0}).x() < h.item(u"marketBadge"_s)->mapToScene({0, 0}).x());
-        }
+        test::WindowHarness h(wednesday);
+        h.state.setDemo(true);
+        QVERIFY(h.load());
+        QVERIFY(h.shows(u"demoBadge"_s));
+        QCOMPARE(h.text(u"demoText"_s, h.item(u"demoBadge"_s)), u"DEMO"_s);
     }
 
     void topBarControls()
@@ -151,18 +126,12 @@ private slots:
         QCOMPARE(h.item(u"mainView"_s)->property("showSessionDialog").toBool(), false);
         QVERIFY(h.click(h.item(u"marketBadge"_s)));
         QCOMPARE(h.item(u"mainView"_s)->property("showSessionDialog").toBool(), true);
-
         // The right column toggles between calendar and scanner.
         QCOMPARE(h.text(u"panelToggleLabel"_s), u"SCANNER"_s);
-        QCOMPARE(h.color(u"panelToggleLabel"_s), Theme::textMuted());
         QVERIFY(h.shows(u"calendarPanel"_s) && !h.shows(u"scannerPanel"_s));
         QVERIFY(h.click(h.item(u"panelToggle"_s)));
-        QVERIFY(h.state.property("showScannerPanel").toBool());
         QCOMPARE(h.text(u"panelToggleLabel"_s), u"KALENDER"_s);
-        QCOMPARE(h.color(u"panelToggleLabel"_s), Theme::blue());
         QVERIFY(h.shows(u"scannerPanel"_s) && !h.shows(u"calendarPanel"_s));
-        QVERIFY(h.click(h.item(u"panelToggle"_s)));
-        QVERIFY(!h.state.property("showScannerPanel").toBool());
     }
 
     void detailExistsOnlyWithASelection()
@@ -172,20 +141,13 @@ private slots:
         h.state.onNewsItem(headline(u"a"_s, false));
         QQuickItem *column = h.item(u"centerColumn"_s);
         QQuickItem *newsPanel = h.item(u"newsPanel"_s);
-        QVERIFY(!h.shows(u"detailGroup"_s));
         QCOMPARE(newsPanel->height(), column->height());
-
         h.state.selectNews(u"a"_s);
-        QVERIFY(h.shows(u"detailGroup"_s));
-        QVERIFY(h.shows(u"dragHandle"_s));
         QCOMPARE(h.item(u"detailPanel"_s)->height(), 340.0);
-        QCOMPARE(h.item(u"dragHandle"_s)->height(), 12.0);
         // News, divider, bar and detail share the column.
         QCOMPARE(newsPanel->height(), column->height() - 1 - 12 - 340);
-
         QVERIFY(h.click(h.item(u"detailClose"_s)));
         QCOMPARE(h.state.selectedNewsId(), QString());
-        QVERIFY(!h.shows(u"detailGroup"_s));
         QCOMPARE(newsPanel->height(), column->height());
     }
 
@@ -212,15 +174,11 @@ private slots:
         h.window->resize(1400, windowHeight);
         QTRY_COMPARE(h.window->height(), windowHeight);
         QQuickItem *column = h.item(u"centerColumn"_s);
-        QQuickItem *area = h.item(u"dragArea"_s);
-        QCOMPARE(area->property("cursorShape").toInt(), int(Qt::SizeVerCursor));
-
-        const QPoint press = h.centreOf(area);
+        const QPoint press = h.centreOf(h.item(u"dragArea"_s));
         QTest::mousePress(h.window, Qt::LeftButton, Qt::NoModifier, press);
         for (int dy : moves)
             QTest::mouseMove(h.window, press + QPoint(0, dy));
         QTest::mouseRelease(h.window, Qt::LeftButton, Qt::NoModifier, press + QPoint(0, moves.last()));
-
         const double height = column->property("detailHeight").toDouble();
         const double want = expected < 0 ? -expected * column->height() : expected;
         QVERIFY2(qAbs(height - want) < 0.01, qPrintable(u"%1 != %2"_s.arg(height).arg(want)));

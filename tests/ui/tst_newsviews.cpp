@@ -6,8 +6,6 @@
 #include <QDesktopServices>
 #include <QTemporaryDir>
 
-#include <algorithm>
-
 using namespace kalvo;
 using namespace std::chrono_literals;
 
@@ -38,17 +36,7 @@ NewsAnalysis completeAnalysis()
         .strategy = TradeStrategy{u"Short EUR/USD"_s, u"1.0860"_s, u"1.0920"_s, u"1.0760"_s}};
 }
 
-// Takes what the views hand to the system browser.
-class BrowserStandIn : public QObject
-{
-    Q_OBJECT
-public:
-    QList<QUrl> opened;
-public slots:
-    void open(const QUrl &url) { opened << url; }
-};
-
-// The detail's parts in the order they must appear.
+// The detail's sections in the order they must appear.
 const QStringList allSections{u"sectionAnalysis"_s,   u"sectionSummary"_s, u"sectionPairs"_s,
                               u"sectionTradeSetup"_s, u"sectionFactors"_s, u"sectionRisks"_s,
                               u"sectionMacro"_s,      u"sectionWatchNext"_s, u"sectionOriginal"_s,
@@ -63,6 +51,7 @@ class TestNewsViews : public QObject
     Q_OBJECT
 
     QTemporaryDir m_dataDir;
+    QList<QUrl> m_opened; // what the views hand to the system browser
 
     static QQuickItem *row(const test::WindowHarness &h, const QString &id) { return h.item(u"newsRow:"_s + id); }
 
@@ -70,9 +59,8 @@ class TestNewsViews : public QObject
     static QStringList rowIds(const test::WindowHarness &h)
     {
         QQuickItem *list = h.item(u"newsList"_s);
-        const int count = list->property("count").toInt();
         QStringList ids;
-        for (int i = 0; i < count; ++i) {
+        for (int i = 0; i < list->property("count").toInt(); ++i) {
             QQuickItem *delegate = nullptr;
             QMetaObject::invokeMethod(list, "itemAtIndex", Q_RETURN_ARG(QQuickItem *, delegate), Q_ARG(int, i));
             ids << (delegate ? delegate->property("newsId").toString() : u"<not built>"_s);
@@ -80,22 +68,15 @@ class TestNewsViews : public QObject
         return ids;
     }
 
-    // The detail's parts a user sees, top to bottom.
+    // The detail's sections a user sees, top to bottom.
     static QStringList shownSections(const test::WindowHarness &h)
     {
-        QList<QQuickItem *> shown;
+        QMultiMap<qreal, QString> byY;
         for (const QString &name : allSections) {
-            QQuickItem *section = h.item(name);
-            if (section && test::WindowHarness::shown(section))
-                shown << section;
+            if (QQuickItem *section = h.item(name); section && test::WindowHarness::shown(section))
+                byY.insert(section->mapToScene({0, 0}).y(), name);
         }
-        std::sort(shown.begin(), shown.end(), [](QQuickItem *a, QQuickItem *b) {
-            return a->mapToScene({0, 0}).y() < b->mapToScene({0, 0}).y();
-        });
-        QStringList names;
-        for (QQuickItem *section : shown)
-            names << section->objectName();
-        return names;
+        return byY.values();
     }
 
     // A window with one selected headline and room for its whole detail.
@@ -110,6 +91,9 @@ class TestNewsViews : public QObject
         return QTest::qWaitFor([&] { return h.window->height() == 1600; });
     }
 
+public slots:
+    void open(const QUrl &url) { m_opened << url; }
+
 private slots:
     void initTestCase() { qputenv("KALVO_DATA_DIR", m_dataDir.path().toUtf8()); }
 
@@ -123,37 +107,27 @@ private slots:
         QTest::addColumn<QString>("square");
         QTest::addColumn<QColor>("squareColor");
         QTest::addColumn<QString>("title");
-        QTest::addColumn<bool>("analysisLine");
         QTest::addColumn<QString>("urgency");   // empty: not shown
         QTest::addColumn<QString>("direction"); // empty: none
         QTest::addColumn<QColor>("directionColor");
         const QColor darkRed(u"#160a0a"_s);
-        const QColor none(Qt::transparent);
         const auto tint = [](const QColor &c) { return Theme::withOpacity(c, 0.15); };
-        NewsAnalysis bearish = completeAnalysis();
-        bearish.pairs = {{u"EUR/USD"_s, u"bearish"_s}, {u"GBP/USD"_s, u"bearish"_s}, {u"USD/JPY"_s, u"bullish"_s}};
-        NewsAnalysis bullish = completeAnalysis();
-        bullish.score = 5.5;
-        bullish.pairs = {{u"EUR/USD"_s, u"bullish"_s}};
-        bullish.urgency = u"hours"_s;
-        bullish.analysis.clear();
-        const QString ezb = u"EZB stellt Senkung in Aussicht"_s;
-        QTest::newRow("feed score 8 is dark red") << 8.0 << Analysis() << false << darkRed << u"8"_s
-                                                  << tint(Theme::orange()) << u"Title a"_s << false << QString()
-                                                  << QString() << QColor();
+        const QString ezb = u"EZB"_s;
+        const NewsAnalysis bearish{.score = 8.4, .urgency = u"immediate"_s, .headline = ezb, .analysis = u"Text"_s,
+                                   .pairs = {{u"EUR/USD"_s, u"bearish"_s}, {u"GBP/USD"_s, u"bearish"_s}}};
+        const NewsAnalysis bullish{.score = 5.5, .headline = ezb, .pairs = {{u"EUR/USD"_s, u"bullish"_s}}};
         QTest::newRow("selection wins over dark red") << 8.0 << Analysis() << true << Theme::selectionBackground()
-                                                      << u"8"_s << tint(Theme::orange()) << u"Title a"_s << false
+                                                      << u"8"_s << tint(Theme::orange()) << u"Title a"_s
                                                       << QString() << QString() << QColor();
         QTest::newRow("analysis: its score, headline, glyphs; the feed the background")
-            << 9.0 << Analysis(bearish) << false << darkRed << u"8"_s << tint(Theme::orange()) << ezb << true
+            << 9.0 << Analysis(bearish) << false << darkRed << u"8"_s << tint(Theme::orange()) << ezb
             << u"⚡"_s << u"▼"_s << Theme::red();
-        QTest::newRow("no analysis text, no line") << 5.0 << Analysis(bullish) << false << none << u"5"_s
-                                                   << tint(Theme::blue()) << ezb << false << u"⏱"_s << u"▲"_s
-                                                   << Theme::green();
+        QTest::newRow("no analysis text, no line") << 5.0 << Analysis(bullish) << false << QColor(Qt::transparent)
+                                                   << u"5"_s << tint(Theme::blue()) << ezb << u"⏱"_s
+                                                   << u"▲"_s << Theme::green();
     }
     void rowBindsItsHeadline()
     {
-        QFETCH(double, score);
         QFETCH(Analysis, analysis);
         QFETCH(bool, selected);
         QFETCH(QColor, background);
@@ -162,6 +136,7 @@ private slots:
         QFETCH(QString, direction);
         test::WindowHarness h(noon);
         QVERIFY(h.load());
+        QFETCH(double, score);
         h.state.onNewsItem(headline(u"a"_s, 45, score, analysis));
         if (selected)
             h.state.selectNews(u"a"_s);
@@ -172,9 +147,7 @@ private slots:
         QCOMPARE(h.color(u"scoreSquare"_s, r).rgba(), squareColor.rgba());
         QCOMPARE(h.color(u"rowTitle"_s, r), selected ? Theme::white() : Theme::textPrimary());
         QTEST(h.text(u"rowTitle"_s, r), "title");
-        QTEST(h.shows(u"rowAnalysis"_s, r), "analysisLine");
-        QCOMPARE(h.text(u"rowSource"_s, r), u"FXSTREET"_s);
-        QCOMPARE(h.text(u"rowAge"_s, r), u"vor 45s"_s);
+        QCOMPARE(h.shows(u"rowAnalysis"_s, r), analysis && !analysis->analysis.isEmpty());
         QCOMPARE(h.text(u"rowUrgency"_s, r), urgency);
         QCOMPARE(h.shows(u"rowUrgency"_s, r), !urgency.isEmpty());
         QCOMPARE(h.text(u"rowDirection"_s, r), direction);
@@ -189,8 +162,7 @@ private slots:
         h.state.onNewsItem(headline(u"a"_s, 30));
         QCOMPARE(h.text(u"rowAge"_s, row(h, u"a"_s)), u"vor 30s"_s);
         QObject *timer = h.object(u"ageTimer"_s);
-        QVERIFY(timer);
-        QCOMPARE(timer->property("interval").toInt(), 10000);
+        QCOMPARE(timer ? timer->property("interval").toInt() : 0, 10000);
         h.clock.advance(30s);
         QCOMPARE(h.text(u"rowAge"_s, row(h, u"a"_s)), u"vor 30s"_s); // only the timer moves it on
         QMetaObject::invokeMethod(timer, "triggered");
@@ -198,37 +170,24 @@ private slots:
     }
 
     // Which headlines match is the filter model's rule; here: typing drives it.
-    void filterTyping()
+    void newsHeaderFilterCountAndHealth()
     {
         test::WindowHarness h(noon);
         QVERIFY(h.load());
-        int age = 10;
-        for (const QString &id : {u"fed1"_s, u"gold"_s, u"fed2"_s}) {
-            NewsItem item = headline(id, age += 10);
-            item.title = id.startsWith(u"fed") ? u"The Fed waits"_s : u"Gold climbs"_s;
-            h.state.onNewsItem(item);
-        }
+        int age = 60;
+        for (const QString &id : {u"fed1"_s, u"gold"_s, u"fed2"_s})
+            h.state.onNewsItem(headline(id, age++));
         QVERIFY(!h.shows(u"filterClear"_s));
-
         QQuickItem *field = h.item(u"newsFilter"_s);
         QVERIFY(h.click(field));
         for (const char c : {'F', 'E', 'D'})
             QTest::keyClick(h.window, c);
-        QCOMPARE(field->property("text").toString(), u"FED"_s);
         QCOMPARE(rowIds(h), (QStringList{u"fed1"_s, u"fed2"_s}));
         // The header counts every headline, filtered or not.
         QCOMPARE(h.text(u"panelHeaderTitle"_s, h.item(u"newsHeader"_s)), u"LIVE NEWS  ·  3"_s);
-
-        QVERIFY(h.shows(u"filterClear"_s));
         QVERIFY(h.click(h.item(u"filterClear"_s)));
         QCOMPARE(field->property("text").toString(), QString());
         QCOMPARE(rowIds(h).size(), 3);
-    }
-
-    void healthDotFollowsTheLastCycle()
-    {
-        test::WindowHarness h(noon);
-        QVERIFY(h.load());
         h.state.onNewsCycle(noon, true);
         QCOMPARE(h.color(u"healthDot"_s), Theme::green());
         h.state.onNewsCycle(noon, false);
@@ -241,70 +200,45 @@ private slots:
         QVERIFY(h.load());
         h.state.onNewsItem(headline(u"a"_s, 60, 5, completeAnalysis()));
         h.state.onNewsItem(headline(u"b"_s, 120));
-        QVERIFY(h.click(row(h, u"b"_s)));
-        QCOMPARE(h.state.selectedNewsId(), u"b"_s);
-        QCOMPARE(h.text(u"detailTitle"_s), u"Title b"_s);
         QVERIFY(h.click(row(h, u"a"_s)));
         QCOMPARE(h.state.selectedNewsId(), u"a"_s);
         QCOMPARE(h.text(u"detailTitle"_s), u"EZB stellt Senkung in Aussicht"_s);
-        QCOMPARE(h.text(u"detailSource"_s), u"FXSTREET"_s);
         QCOMPARE(h.text(u"detailElapsed"_s), u"1 Min."_s);
     }
 
     void detailSections_data()
     {
         QTest::addColumn<Analysis>("analysis");
-        QTest::addColumn<QString>("content");
         QTest::addColumn<QString>("url");
         QTest::addColumn<QStringList>("sections");
-        QTest::addColumn<bool>("badges");
-        const QString content = u"Original"_s;
-        const QString url = u"https://example.org/a"_s;
-        NewsAnalysis some;
-        some.pairs = {{u"EUR/USD"_s, u"bullish"_s}};
-        some.factors = {u"Faktor"_s};
-        NewsAnalysis noBias = completeAnalysis();
-        noBias.strategy->bias.clear();
-        QTest::newRow("complete, in order") << Analysis(completeAnalysis()) << content << url << allSections << true;
-        QTest::newRow("without analysis") << Analysis() << content << url
-                                          << QStringList{u"sectionOriginal"_s, u"sourceLink"_s} << false;
-        QTest::newRow("empty parts are left out")
-            << Analysis(some) << content << QString()
-            << QStringList{u"sectionPairs"_s, u"sectionFactors"_s, u"sectionOriginal"_s} << true;
-        QTest::newRow("a strategy without bias is left out")
-            << Analysis(noBias) << QString() << url
-            << QStringList{u"sectionAnalysis"_s, u"sectionSummary"_s, u"sectionPairs"_s, u"sectionFactors"_s,
-                           u"sectionRisks"_s, u"sectionMacro"_s, u"sectionWatchNext"_s, u"sourceLink"_s}
-            << true;
+        NewsAnalysis some{.pairs = {{u"EUR/USD"_s, u"bullish"_s}}, .factors = {u"Faktor"_s}};
+        QTest::newRow("complete, in order") << Analysis(completeAnalysis()) << u"https://x.org/a"_s << allSections;
+        QTest::newRow("without analysis: original and link") << Analysis() << u"https://x.org/a"_s
+                                                             << allSections.sliced(8);
+        QTest::newRow("empty fields are left out") << Analysis(some) << QString()
+                                                  << QStringList{u"sectionPairs"_s, u"sectionFactors"_s,
+                                                                 u"sectionOriginal"_s};
     }
     void detailSections()
     {
         QFETCH(Analysis, analysis);
-        QFETCH(QString, content);
-        QFETCH(QString, url);
-        QFETCH(bool, badges);
         NewsItem item = headline(u"a"_s, 60, 5, analysis);
-        item.content = content;
+        QFETCH(QString, url);
         item.url = url;
         test::WindowHarness h(noon);
         QVERIFY(showDetailOf(h, item));
         QTEST(shownSections(h), "sections");
-        QCOMPARE(h.shows(u"detailBadges"_s), badges);
-        QVERIFY(h.shows(u"detailTitle"_s));
+        QCOMPARE(h.shows(u"detailBadges"_s), analysis.has_value());
     }
 
     void badgesPairsAndTradeSetup()
     {
         test::WindowHarness h(noon);
         QVERIFY(showDetailOf(h, headline(u"a"_s, 60, 5, completeAnalysis())));
-        QQuickItem *scoreBadge = h.item(u"scoreBadge"_s);
-        QVERIFY(scoreBadge);
-        QCOMPARE(scoreBadge->property("text").toString(), u"8/10"_s);
-        QCOMPARE(scoreBadge->property("tint").value<QColor>(), Theme::orange());
-        QCOMPARE(h.text(u"urgencyBadgeGlyph"_s), u"⚡"_s);
+        QCOMPARE(h.text(u"scoreBadge"_s), u"8/10"_s);
+        QCOMPARE(h.item(u"scoreBadge"_s)->property("tint").value<QColor>(), Theme::orange());
         QCOMPARE(h.text(u"urgencyBadgeWord"_s), u"SOFORT"_s);
         QCOMPARE(h.color(u"urgencyBadgeWord"_s), Theme::yellow());
-        QCOMPARE(h.item(u"categoryBadge"_s)->property("text").toString(), u"CENTRAL BANK"_s);
 
         // Alphabetical, left to right.
         QStringList cells;
@@ -312,80 +246,43 @@ private slots:
         for (const QString &pair : {u"EUR/CHF"_s, u"EUR/USD"_s, u"USD/JPY"_s}) {
             QQuickItem *cell = h.item(u"pairCell:"_s + pair);
             QVERIFY2(cell, qPrintable(pair));
-            QVERIFY(cell->width() >= 120);
             xs << cell->mapToScene({0, 0}).x();
-            cells << h.text(u"pairArrow"_s, cell) + u' ' + h.text(u"pairDirection"_s, cell);
+            cells << h.text(u"pairArrow"_s, cell) + u' ' + h.text(u"pairDirection"_s, cell) + u' '
+                         + h.color(u"pairDirection"_s, cell).name();
         }
-        QVERIFY(std::is_sorted(xs.begin(), xs.end()) && xs.first() < xs.last());
-        QCOMPARE(cells, (QStringList{u"─ NEUTRAL"_s, u"▼ BEARISH"_s, u"▲ BULLISH"_s}));
-        QCOMPARE(h.color(u"pairArrow"_s, h.item(u"pairCell:EUR/USD"_s)), Theme::red());
-        QCOMPARE(h.color(u"pairDirection"_s, h.item(u"pairCell:EUR/USD"_s)), Theme::red());
-
-        const QList<std::tuple<QString, QString, QColor>> setup{{u"bias"_s, u"Short EUR/USD"_s, Theme::yellow()},
-                                                                {u"entry"_s, u"1.0860"_s, Theme::textPrimary()},
-                                                                {u"stop"_s, u"1.0920"_s, Theme::red()},
-                                                                {u"target"_s, u"1.0760"_s, Theme::green()}};
-        for (const auto &[key, text, color] : setup) {
-            QCOMPARE(h.text(u"setup:"_s + key), text);
-            QCOMPARE(h.color(u"setup:"_s + key), color);
-        }
+        QVERIFY(xs[0] < xs[1] && xs[1] < xs[2]);
+        QCOMPARE(cells, (QStringList{u"─ NEUTRAL "_s + Theme::textSecondary().name(),
+                                     u"▼ BEARISH "_s + Theme::red().name(), u"▲ BULLISH "_s + Theme::green().name()}));
+        QCOMPARE(h.text(u"setup:bias"_s), u"Short EUR/USD"_s);
+        QCOMPARE(h.color(u"setup:stop"_s), Theme::red());
     }
 
     void theLinkOpensTheSystemBrowser()
     {
-        BrowserStandIn browser;
-        QDesktopServices::setUrlHandler(u"https"_s, &browser, "open");
+        QDesktopServices::setUrlHandler(u"https"_s, this, "open");
         test::WindowHarness h(noon);
         QVERIFY(showDetailOf(h, headline(u"a"_s)));
-        QQuickItem *link = h.item(u"sourceLink"_s);
-        QVERIFY(test::WindowHarness::shown(link));
-        QCOMPARE(h.text(u"sourceLinkText"_s, link), u"→ Quelle öffnen"_s);
-        QCOMPARE(h.color(u"sourceLinkText"_s, link), Theme::blue());
-        QVERIFY(h.click(link));
+        QCOMPARE(h.text(u"sourceLinkText"_s), u"→ Quelle öffnen"_s);
+        QVERIFY(h.click(h.item(u"sourceLink"_s)));
         QDesktopServices::unsetUrlHandler(u"https"_s);
-        QCOMPARE(browser.opened, QList<QUrl>{QUrl(u"https://fxstreet.com/n/1"_s)});
+        QCOMPARE(m_opened, QList<QUrl>{QUrl(u"https://fxstreet.com/n/1"_s)});
     }
 
     void deepAnalysisButtons()
     {
-        const QStringList buttons{u"headerDeepAnalysis"_s, u"contentDeepAnalysis"_s};
-        const QStringList spinners{u"headerSpinner"_s, u"contentSpinner"_s};
         test::WindowHarness h(noon);
         QVERIFY(showDetailOf(h, headline(u"a"_s)));
-        QVERIFY(h.state.aiAvailable());
-        // The backend does not answer: each analysis starts, fails and lowers its flag.
+        // The backend does not answer: the analysis starts, fails and lowers its flag.
         QList<bool> flags;
         QObject::connect(&h.state, &AppState::isAnalyzingDetailChanged,
                          [&] { flags << h.state.property("isAnalyzingDetail").toBool(); });
-        for (const QString &button : buttons) {
-            QVERIFY(!h.shows(u"headerSpinner"_s) && !h.shows(u"contentSpinner"_s));
-            QVERIFY(h.click(h.item(button)));
-            QTRY_COMPARE(flags, (QList<bool>{true, false}));
-            flags.clear();
-        }
+        QVERIFY(h.click(h.item(u"headerDeepAnalysis"_s)));
+        QTRY_COMPARE(flags, (QList<bool>{true, false}));
         // While one runs both buttons give way to spinners, so no second one starts.
         h.state.setProperty("isAnalyzingDetail", true);
-        for (const QString &other : buttons)
-            QVERIFY(!h.shows(other));
-        for (const QString &spinner : spinners)
-            QVERIFY(h.shows(spinner));
-    }
-
-    void aClosingPanelKeepsItsHeadlineWhileItSlidesAway()
-    {
-        test::WindowHarness h(noon);
-        QVERIFY(h.load());
-        h.item(u"centerColumn"_s)->setProperty("animated", true);
-        h.state.onNewsItem(headline(u"a"_s));
-        h.state.selectNews(u"a"_s);
-        QTRY_COMPARE(h.item(u"centerColumn"_s)->property("reveal").toDouble(), 1.0);
-
-        h.state.selectNews(QString());
-        QVERIFY(h.shows(u"detailGroup"_s)); // still on its way out
-        QVERIFY(h.shows(u"detailContent"_s));
-        QVERIFY(!h.shows(u"emptyDetail"_s));
-        QCOMPARE(h.text(u"detailTitle"_s), u"Title a"_s);
-        QTRY_VERIFY(!h.shows(u"detailGroup"_s));
+        for (const QString &name : {u"headerDeepAnalysis"_s, u"contentDeepAnalysis"_s})
+            QVERIFY(!h.shows(name));
+        QVERIFY(h.shows(u"headerSpinner"_s) && h.shows(u"contentSpinner"_s));
     }
 };
 

@@ -5,7 +5,6 @@
 #include "app/InstrumentAnalysisRequest.h"
 #include "ui/Theme.h"
 
-#include <QJsonArray>
 #include <QTemporaryDir>
 
 using namespace kalvo;
@@ -13,9 +12,7 @@ using namespace std::chrono_literals;
 
 namespace {
 
-// Wednesday 13:07 UTC: open. Saturday: closed.
-const QDateTime wednesday = test::utc(2025, 3, 5, 13, 7);
-const QDateTime saturday = test::utc(2025, 3, 8, 11, 0);
+const QDateTime wednesday = test::utc(2025, 3, 5, 13, 7); // markets open
 
 using D = PriceData::Direction;
 
@@ -29,7 +26,6 @@ NewsItem headline(const QString &id, const QString &title, int secondsAgo)
     NewsItem item = test::newsItem(1, wednesday.addSecs(-secondsAgo));
     item.id = item.hash = id;
     item.title = title;
-    item.source = u"Reuters"_s;
     return item;
 }
 
@@ -63,40 +59,30 @@ private slots:
     // The colour and text rules live in the presentation; here: the row shows them.
     void rowShowsQuoteAndMarketState_data()
     {
-        QTest::addColumn<QDateTime>("now");
         QTest::addColumn<bool>("quoted");
         QTest::addColumn<QString>("price");
         QTest::addColumn<QColor>("priceColor");
         QTest::addColumn<QString>("arrow");
         QTest::addColumn<QString>("change"); // empty: not shown
-        QTest::addColumn<bool>("waiting");
-        QTest::addColumn<QColor>("nameColor");
-        QTest::newRow("rise") << wednesday << true << u"1.08421"_s << Theme::green() << u"▲"_s << u"+0.125%"_s
-                              << false << Theme::textPrimary();
-        QTest::newRow("no quote while open: waiting") << wednesday << false << u"—"_s << Theme::textMuted()
-                                                      << QString() << QString() << true << Theme::textPrimary();
+        QTest::newRow("rise") << true << u"1.08421"_s << Theme::green() << u"▲"_s << u"+0.125%"_s;
+        QTest::newRow("no quote while open: waiting") << false << u"—"_s << Theme::textMuted() << QString() << QString();
     }
     void rowShowsQuoteAndMarketState()
     {
-        QFETCH(QDateTime, now);
         QFETCH(bool, quoted);
         QFETCH(QString, change);
-        test::WindowHarness h(now);
+        test::WindowHarness h(wednesday);
         QVERIFY(h.load());
         if (quoted)
-            h.state.onPrices({{u"EUR/USD"_s, quote(0.125, now)}});
+            h.state.onPrices({{u"EUR/USD"_s, quote(0.125, wednesday)}});
         QQuickItem *r = row(h, u"EUR/USD"_s);
         QVERIFY(r);
         QTEST(h.text(u"priceValue"_s, r), "price");
         QTEST(h.color(u"priceValue"_s, r), "priceColor");
         QTEST(h.text(u"priceArrow"_s, r), "arrow");
-        if (quoted)
-            QCOMPARE(h.color(u"priceArrow"_s, r), Theme::green());
-        QCOMPARE(h.shows(u"priceChange"_s, r), !change.isEmpty());
+        QCOMPARE(h.shows(u"priceChange"_s, r), quoted);
         QCOMPARE(h.text(u"priceChange"_s, r), change);
-        QCOMPARE(h.color(u"priceChange"_s, r), Theme::textMuted());
-        QTEST(h.shows(u"priceWaiting"_s, r), "waiting");
-        QTEST(h.color(u"priceName"_s, r), "nameColor");
+        QCOMPARE(h.shows(u"priceWaiting"_s, r), !quoted);
     }
 
     // Which rows there are is the list model's rule; here: the header sits between pairs and extras.
@@ -104,12 +90,11 @@ private slots:
     {
         test::WindowHarness h(wednesday);
         QVERIFY(h.load());
-        QQuickItem *extrasHeader = h.item(u"priceExtrasHeader"_s);
+        QQuickItem *header = h.item(u"priceExtrasHeader"_s);
         QVERIFY(h.shows(u"priceExtrasHeader"_s));
-        QCOMPARE(h.text(u"priceExtrasTitle"_s, extrasHeader), u"MARKT-EXTRAS"_s);
-        const qreal y = extrasHeader->mapToScene({0, 0}).y();
-        QVERIFY(row(h, u"USD/JPY"_s)->mapToScene({0, 0}).y() < y);
-        QVERIFY(row(h, u"DXY"_s)->mapToScene({0, 0}).y() > y);
+        QCOMPARE(h.text(u"priceExtrasTitle"_s, header), u"MARKT-EXTRAS"_s);
+        const qreal y = header->mapToScene({0, 0}).y();
+        QVERIFY(row(h, u"USD/JPY"_s)->mapToScene({0, 0}).y() < y && y < row(h, u"DXY"_s)->mapToScene({0, 0}).y());
     }
 
     // The status texts are the market clock's; here: the panel follows it on its minute timer.
@@ -118,40 +103,14 @@ private slots:
         test::WindowHarness h(test::utc(2025, 3, 7, 21, 59)); // Friday, a minute before the close
         QVERIFY(h.load());
         h.state.onPrices({{u"EUR/USD"_s, quote(0.1, h.clock.now())}});
-        QVERIFY(!h.shows(u"closedBlock"_s));
-        QCOMPARE(h.text(u"priceFooter"_s), u"Antippen für Details"_s);
         QObject *timer = h.object(u"priceStatusTimer"_s);
-        QVERIFY(timer);
-        QCOMPARE(timer->property("interval").toInt(), 60000);
+        QCOMPARE(timer ? timer->property("interval").toInt() : 0, 60000);
         h.clock.advance(1min);
         QVERIFY(!h.shows(u"closedBlock"_s)); // nothing new until the timer fires
         QMetaObject::invokeMethod(timer, "triggered");
         QVERIFY(h.shows(u"closedBlock"_s));
-        QCOMPARE(h.text(u"closedTitle"_s), u"MÄRKTE GESCHLOSSEN"_s);
-        QCOMPARE(h.color(u"closedTitle"_s), Theme::orange());
         QCOMPARE(h.text(u"closedDetail"_s), u"Wochenende — öffnet So 22:00 UTC"_s);
-        QCOMPARE(h.text(u"priceFooter"_s), u"Letzte bekannte Kurse"_s);
         QCOMPARE(h.text(u"priceChange"_s, row(h, u"EUR/USD"_s)), u"WE"_s);
-        QCOMPARE(h.color(u"priceName"_s, row(h, u"EUR/USD"_s)), Theme::textSecondary());
-    }
-
-    void aTapOpensThePairSheetAndCloseClearsIt()
-    {
-        test::WindowHarness h(wednesday);
-        QVERIFY(h.load());
-        QVERIFY(!sheetOpen(h, u"pairSheet"_s));
-        QVERIFY(h.click(row(h, u"EUR/USD"_s))); // no quote yet: the row still opens
-        QCOMPARE(h.state.selectedPair(), u"EUR/USD"_s);
-        QTRY_VERIFY(sheetOpen(h, u"pairSheet"_s));
-        QCOMPARE(h.text(u"pairTitle"_s), u"EUR/USD"_s);
-        QCOMPARE(h.text(u"pairPrice"_s), u"—"_s);
-        QCOMPARE(h.color(u"pairPrice"_s), Theme::textMuted());
-        QVERIFY(!h.shows(u"pairChange"_s));
-        QCOMPARE(h.text(u"statValue"_s, h.item(u"statDirection"_s)), u"—"_s);
-        QCOMPARE(h.text(u"pairUpdated"_s), u"Aktualisiert: —"_s);
-        QVERIFY(h.click(h.item(u"pairClose"_s)));
-        QTRY_VERIFY(!sheetOpen(h, u"pairSheet"_s));
-        QCOMPARE(h.state.selectedPair(), QString());
     }
 
     void anotherInstrumentGetsAFreshSheet()
@@ -161,13 +120,9 @@ private slots:
         QVERIFY(openPairSheet(h, u"EUR/USD"_s));
         InstrumentAnalysis result;
         result.macroDrivers = {u"BoE"_s};
-        result.risks = {u"NFP"_s};
         request(h)->deliver(result);
         QTRY_VERIFY(sheetOpen(h, u"analysisSheet"_s));
-        // An empty list leaves its section out.
-        QVERIFY(h.shows(u"macroDrivers"_s));
-        QVERIFY(!h.shows(u"catalysts"_s));
-        QVERIFY(h.shows(u"analysisRisks"_s));
+        QVERIFY(h.shows(u"macroDrivers"_s) && !h.shows(u"catalysts"_s)); // an empty list leaves its section out
 
         h.state.setSelectedPair(u"GBP/USD"_s);
         QTRY_COMPARE(h.text(u"pairTitle"_s), u"GBP/USD"_s);
@@ -186,26 +141,25 @@ private slots:
         QVERIFY(sheetOpen(h, u"pairSheet"_s));
     }
 
-    void pairSheetPriceBlock()
+    void aTapOpensThePairSheetAndCloseClearsIt()
     {
         test::WindowHarness h(wednesday);
         QVERIFY(h.load());
         h.state.onPrices({{u"EUR/USD"_s, quote(-0.2, wednesday.addSecs(-150))}});
-        QVERIFY(openPairSheet(h, u"EUR/USD"_s));
-        QCOMPARE(h.text(u"pairPrice"_s), u"1.08421"_s);
+        QVERIFY(h.click(row(h, u"EUR/USD"_s)));
+        QTRY_VERIFY(sheetOpen(h, u"pairSheet"_s));
         QCOMPARE(h.color(u"pairPrice"_s), Theme::red());
-        QVERIFY(h.shows(u"pairChange"_s));
-        QCOMPARE(h.text(u"pairChange"_s), u"-0.200%"_s);
         QCOMPARE(h.color(u"pairChange"_s), Theme::red());
-        QCOMPARE(h.text(u"pairUpdated"_s), u"Aktualisiert: vor 2 min"_s);
         QStringList boxes;
         for (const QString &name : {u"statPrice"_s, u"statChange"_s, u"statDirection"_s, u"statUpdated"_s}) {
             QQuickItem *box = h.item(name);
             QVERIFY2(box, qPrintable(name));
             boxes << h.text(u"statLabel"_s, box) + u'=' + h.text(u"statValue"_s, box);
         }
-        // "LAST UPD" is the label as traders know it from the terminal.
         QCOMPARE(boxes, (QStringList{u"KURS=1.08421"_s, u"Δ=-0.200%"_s, u"RICHTUNG=down"_s, u"LAST UPD=vor 2 min"_s}));
+        QVERIFY(h.click(h.item(u"pairClose"_s)));
+        QTRY_VERIFY(!sheetOpen(h, u"pairSheet"_s));
+        QCOMPARE(h.state.selectedPair(), QString());
     }
 
     // Which news and cards belong to an instrument is the presentation's rule; here: the sheet shows them.
@@ -213,12 +167,8 @@ private slots:
     {
         QTest::addColumn<QString>("pair");
         QTest::addColumn<QStringList>("related"); // id=age, top to bottom
-        QTest::addColumn<QStringList>("cards");
-        QTest::newRow("in list order") << u"EUR/USD"_s << QStringList{u"usd0=jetzt"_s, u"usd1=vor 1 min"_s}
-                                       << QStringList{u"Euro"_s, u"US-Dollar"_s};
-        QTest::newRow("the quote code of another pair") << u"AUD/JPY"_s << QStringList{u"yen=vor 5 h"_s}
-                                                        << QStringList{u"Australischer Dollar"_s, u"Japanischer Yen"_s};
-        QTest::newRow("none") << u"US10Y"_s << QStringList{} << QStringList{};
+        QTest::newRow("in list order") << u"EUR/USD"_s << QStringList{u"usd0=jetzt"_s, u"usd1=vor 1 min"_s};
+        QTest::newRow("none, and no currency cards") << u"US10Y"_s << QStringList{};
     }
     void relatedNewsAndCardsInTheSheet()
     {
@@ -228,9 +178,8 @@ private slots:
         QVERIFY(h.load());
         h.state.onNewsItem(headline(u"usd0"_s, u"Dollar news, USD #0"_s, 29));
         h.state.onNewsItem(headline(u"usd1"_s, u"Dollar news, USD #1"_s, 90));
-        h.state.onNewsItem(headline(u"yen"_s, u"Yen firms (JPY)"_s, 5 * 3600));
+        h.state.onNewsItem(headline(u"yen"_s, u"Yen firms (JPY)"_s, 90));
         QVERIFY(openPairSheet(h, pair));
-
         QStringList seen;
         QList<qreal> ys;
         for (const QString &id : {u"usd0"_s, u"usd1"_s, u"yen"_s}) {
@@ -239,22 +188,15 @@ private slots:
                 continue;
             seen << id + u'=' + h.text(u"relatedAge"_s, compact);
             ys << compact->mapToScene({0, 0}).y();
-            QCOMPARE(h.text(u"relatedSource"_s, compact), u"REUTERS"_s);
         }
         QVERIFY(std::is_sorted(ys.begin(), ys.end()));
         QCOMPARE(seen, related);
         QCOMPARE(h.shows(u"noRelatedNews"_s), related.isEmpty());
         if (related.isEmpty())
             QCOMPARE(h.text(u"noRelatedNewsText"_s), u"Keine aktuellen News für "_s + pair);
-
-        QStringList names;
-        for (const QString &code : {u"EUR"_s, u"USD"_s, u"AUD"_s, u"JPY"_s}) {
-            if (QQuickItem *card = h.item(u"currencyCard:"_s + code); card && test::WindowHarness::shown(card))
-                names << h.text(u"currencyName"_s, card);
-        }
-        names.sort();
-        QTEST(names, "cards");
-        QVERIFY(h.text(u"disclaimer"_s).startsWith(u"Hinweis: Keine Anlageberatung"_s));
+        QCOMPARE(h.shows(u"currencyCard:USD"_s), !related.isEmpty());
+        if (!related.isEmpty())
+            QCOMPARE(h.text(u"currencyName"_s, h.item(u"currencyCard:EUR"_s)), u"Euro"_s);
     }
 
     void analysisWithoutAnswerGoesBackToTheButton()
@@ -269,11 +211,8 @@ private slots:
         // The backend is unreachable: the request runs, fails and leaves the sheet as it was.
         QVERIFY(h.click(h.item(u"analysisButton"_s)));
         QTRY_COMPARE(busy, (QList<bool>{true, false}));
-        QVERIFY(!analysis->hasResult());
         QVERIFY(!sheetOpen(h, u"analysisSheet"_s));
-        QVERIFY(h.shows(u"analysisLabel"_s));
-        QVERIFY(!h.shows(u"analysisSpinner"_s));
-        QVERIFY(sheetOpen(h, u"pairSheet"_s));
+        QVERIFY(h.shows(u"analysisLabel"_s) && !h.shows(u"analysisSpinner"_s));
     }
 
     void theAnswerOpensTheAnalysisOverTheSheet()
@@ -287,24 +226,15 @@ private slots:
         QVERIFY(openPairSheet(h, u"EUR/USD"_s));
         InstrumentAnalysisRequest *analysis = request(h);
         QVERIFY(analysis);
-
-        const auto scenario = [](int p, const char *trigger) {
-            return QJsonObject{{"probability", p}, {"trigger", trigger}};
-        };
         const QJsonObject answer{
-            {"verdict", "bullish"}, {"confidence", 72}, {"entry_zone", "1.0840-1.0850"}, {"stop", "1.0800"},
-            {"macro_drivers", QJsonArray{"EZB"}}, {"catalysts", QJsonArray{"HVPI"}}, {"risks", QJsonArray{"NFP"}},
-            {"positioning", "Netto long"},
-            {"scenarios", QJsonObject{{"bull", scenario(55, "Bruch 1.0900")}, {"base", scenario(30, "Seitwärts")},
-                                      {"bear", scenario(15, "Unter 1.0800")}}}};
+            {"verdict", "bullish"}, {"confidence", 72}, {"entry_zone", "1.0840-1.0850"}, {"positioning", "Netto long"},
+            {"scenarios", QJsonObject{{"base", QJsonObject{{"probability", 30}, {"trigger", "Seitwärts"}}}}}};
         backend.script(test::ScriptedBackend::modelPath,
                        {test::ScriptedBackend::modelText(u"```json\n"_s + QString::fromUtf8(compactJson(answer))
                                                          + u"\n```"_s)});
-        // What the button shows each time the request starts or ends.
-        QStringList looks;
+        QStringList looks; // what the button shows each time the request starts or ends
         connect(analysis, &InstrumentAnalysisRequest::busyChanged, [&] {
-            looks << (h.shows(u"analysisSpinner"_s) ? u"spinner"_s : QString())
-                         + (h.shows(u"analysisLabel"_s) ? u"label"_s : QString());
+            looks << (h.shows(u"analysisSpinner"_s) ? u"spinner"_s : u""_s) + (h.shows(u"analysisLabel"_s) ? u"label"_s : u""_s);
         });
         QVERIFY(h.click(h.item(u"analysisButton"_s)));
         QTRY_VERIFY(sheetOpen(h, u"analysisSheet"_s));
@@ -312,30 +242,17 @@ private slots:
         QCOMPARE(looks, (QStringList{u"spinner"_s, u"label"_s}));
         QVERIFY(backend.bodies(test::ScriptedBackend::modelPath).last().value("prompt").toString().contains(u"EUR/USD"_s));
 
-        QCOMPARE(h.text(u"analysisPair"_s), u"EUR/USD"_s);
-        QCOMPARE(h.text(u"verdict"_s), u"BULLISH"_s);
         QCOMPARE(h.color(u"verdict"_s), Theme::green());
         QCOMPARE(h.text(u"confidence"_s), u"Confidence: 72%"_s);
         QCOMPARE(h.text(u"setupBox:entryZone"_s), u"1.0840-1.0850"_s);
-        QCOMPARE(h.text(u"setupBox:stop"_s), u"1.0800"_s);
-        QCOMPARE(h.color(u"setupBox:stop"_s), Theme::red());
-        QStringList scenarios;
-        for (const QString &label : {u"BULLISH"_s, u"BASIS"_s, u"BEARISH"_s}) {
-            QQuickItem *box = h.item(u"scenario:"_s + label);
-            QVERIFY2(box, qPrintable(label));
-            scenarios << h.text(u"scenarioProb"_s, box) + u' ' + h.text(u"scenarioTrigger"_s, box);
-        }
-        QCOMPARE(scenarios, (QStringList{u"55% Bruch 1.0900"_s, u"30% Seitwärts"_s, u"15% Unter 1.0800"_s}));
+        QQuickItem *base = h.item(u"scenario:BASIS"_s);
+        QCOMPARE(h.text(u"scenarioProb"_s, base) + u' ' + h.text(u"scenarioTrigger"_s, base), u"30% Seitwärts"_s);
         QCOMPARE(h.text(u"infoValue"_s, h.item(u"positioning"_s)), u"Netto long"_s);
-        for (const QString &section : {u"macroDrivers"_s, u"catalysts"_s, u"analysisRisks"_s})
-            QVERIFY2(h.shows(section), qPrintable(section));
-
         // Closing the analysis returns to the pair sheet, the answer kept.
         QVERIFY(h.click(h.item(u"analysisClose"_s)));
         QTRY_VERIFY(!sheetOpen(h, u"analysisSheet"_s));
         QVERIFY(sheetOpen(h, u"pairSheet"_s));
         QVERIFY(analysis->hasResult());
-        QCOMPARE(h.state.selectedPair(), u"EUR/USD"_s);
     }
 };
 
