@@ -4,26 +4,11 @@
 // beside a frame with nothing changed; then the resident memory of the
 // process with the window up. Offscreen; run it on a quiet machine.
 
-#include "app/AppState.h"
+#include "BenchWindow.h"
 #include "app/DemoNews.h"
-#include "core/Clock.h"
-#include "core/Endpoints.h"
 
-#include <QElapsedTimer>
-#include <QEventLoop>
 #include <QFile>
-#include <QGuiApplication>
-#include <QQmlApplicationEngine>
-#include <QQuickStyle>
-#include <QQuickWindow>
-#include <QTemporaryDir>
-#include <QTimeZone>
-#include <QTimer>
 #include <QtQml/qqmlextensionplugin.h>
-
-#include <algorithm>
-#include <cstdio>
-#include <functional>
 
 Q_IMPORT_QML_PLUGIN(KalvoPlugin)
 
@@ -34,30 +19,12 @@ namespace {
 
 constexpr int rounds = 60;
 
-struct Figures
+bench::Figures time(const std::function<void(int)> &work)
 {
-    double median;
-    double p90;
-};
-
-// Microseconds per call of `work`, over `rounds` calls.
-Figures time(const std::function<void(int)> &work)
-{
-    QList<double> samples;
-    QElapsedTimer timer;
-    for (int i = 0; i < rounds; ++i) {
-        timer.start();
-        work(i);
-        samples << timer.nsecsElapsed() / 1000.0;
-    }
-    std::sort(samples.begin(), samples.end());
-    return {samples[rounds / 2], samples[rounds * 9 / 10]};
+    return bench::time(rounds, work);
 }
 
-void print(const char *what, Figures figures)
-{
-    std::printf("%-52s median %8.0f us   p90 %8.0f us\n", what, figures.median, figures.p90);
-}
+using bench::print;
 
 long residentKilobytes()
 {
@@ -75,31 +42,14 @@ long residentKilobytes()
 
 int main(int argc, char *argv[])
 {
-    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
-        qputenv("QT_QPA_PLATFORM", "offscreen");
-    QTemporaryDir dataDir;
-    qputenv("KALVO_DATA_DIR", dataDir.path().toUtf8());
+    bench::preferOffscreen();
     QGuiApplication app(argc, argv);
-    QQuickStyle::setStyle(u"Basic"_s);
-
-    const QDateTime start(QDate(2025, 3, 5), QTime(13, 0), QTimeZone::utc());
-    ManualClock clock(start);
-    AppState state(clock);
-    state.setSoundPlayer([](const QString &) {});
-    state.setEndpoints(Endpoints::fromJson(R"({"base":"http://127.0.0.1:9","backend":"http://127.0.0.1:9/f"})",
-                                           nullptr));
-
-    QQmlApplicationEngine engine;
-    engine.addImportPath(u"qrc:/qt/qml"_s);
-    engine.setInitialProperties({{u"appState"_s, QVariant::fromValue(&state)}, {u"monoFamily"_s, QString()}});
-    engine.load(QUrl(u"qrc:/qt/qml/Kalvo/Main.qml"_s));
-    if (engine.rootObjects().isEmpty())
+    bench::BenchWindow harness;
+    if (!harness.load())
         return 1;
-    auto *window = qobject_cast<QQuickWindow *>(engine.rootObjects().constFirst());
-    QEventLoop waitForStart;
-    QObject::connect(&state, &AppState::started, &waitForStart, &QEventLoop::quit);
-    QTimer::singleShot(10000, &waitForStart, &QEventLoop::quit);
-    waitForStart.exec();
+    AppState &state = harness.state;
+    QQuickWindow *window = harness.window;
+    const QDateTime start = harness.start;
 
     for (const NewsItem &item : demoNews(start, AppState::maxNews))
         state.onNewsItem(item);

@@ -1,5 +1,6 @@
 #include "CalendarEventSelection.h"
 
+#include "AppStateBinding.h"
 #include "CalendarPresentation.h"
 #include "core/Clock.h"
 
@@ -20,14 +21,10 @@ QObject *CalendarEventSelection::appStateObject() const
 
 void CalendarEventSelection::setAppStateObject(QObject *object)
 {
-    auto *state = qobject_cast<AppState *>(object);
-    if (m_state == state)
+    if (!rebindAppState(this, m_state, object))
         return;
     if (m_state)
-        disconnect(m_state, nullptr, this, nullptr);
-    m_state = state;
-    if (state)
-        connect(state, &AppState::selectedCalendarEventChanged, this, &CalendarEventSelection::reload);
+        connect(m_state, &AppState::selectedCalendarEventChanged, this, &CalendarEventSelection::reload);
     reload();
     emit appStateChanged();
 }

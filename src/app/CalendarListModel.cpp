@@ -1,5 +1,6 @@
 #include "CalendarListModel.h"
 
+#include "AppStateBinding.h"
 #include "CalendarPresentation.h"
 #include "core/Clock.h"
 
@@ -18,14 +19,10 @@ QObject *CalendarListModel::appStateObject() const
 
 void CalendarListModel::setAppStateObject(QObject *object)
 {
-    auto *state = qobject_cast<AppState *>(object);
-    if (m_state == state)
+    if (!rebindAppState(this, m_state, object))
         return;
     if (m_state)
-        disconnect(m_state, nullptr, this, nullptr);
-    m_state = state;
-    if (state)
-        connect(state, &AppState::calendarChanged, this, &CalendarListModel::reload);
+        connect(m_state, &AppState::calendarChanged, this, &CalendarListModel::reload);
     reload();
     emit appStateChanged();
 }

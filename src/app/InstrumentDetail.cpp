@@ -1,5 +1,6 @@
 #include "InstrumentDetail.h"
 
+#include "AppStateBinding.h"
 #include "NewsPresentation.h"
 #include "PricePresentation.h"
 #include "core/Clock.h"
@@ -20,17 +21,13 @@ QObject *InstrumentDetail::appStateObject() const
 
 void InstrumentDetail::setAppStateObject(QObject *object)
 {
-    auto *state = qobject_cast<AppState *>(object);
-    if (m_state == state)
+    if (!rebindAppState(this, m_state, object))
         return;
-    if (m_state)
-        disconnect(m_state, nullptr, this, nullptr);
-    m_state = state;
-    if (state) {
-        connect(state, &AppState::pricesChanged, this, &InstrumentDetail::reloadQuote);
+    if (m_state) {
+        connect(m_state, &AppState::pricesChanged, this, &InstrumentDetail::reloadQuote);
         for (auto signal : {&AppState::newsInserted, &AppState::newsRemoved, &AppState::newsUpdated})
-            connect(state, signal, this, &InstrumentDetail::reloadNews);
-        connect(state, &AppState::newsReplaced, this, &InstrumentDetail::reloadNews);
+            connect(m_state, signal, this, &InstrumentDetail::reloadNews);
+        connect(m_state, &AppState::newsReplaced, this, &InstrumentDetail::reloadNews);
     }
     refresh();
     emit appStateChanged();

@@ -1,5 +1,6 @@
 #include "NewsSelection.h"
 
+#include "AppStateBinding.h"
 #include "AppState.h"
 #include "NewsListModel.h"
 #include "NewsPresentation.h"
@@ -16,14 +17,10 @@ QObject *NewsSelection::appStateObject() const
 
 void NewsSelection::setAppStateObject(QObject *object)
 {
-    auto *state = qobject_cast<AppState *>(object);
-    if (m_state == state)
+    if (!rebindAppState(this, m_state, object))
         return;
     if (m_state)
-        disconnect(m_state, nullptr, this, nullptr);
-    m_state = state;
-    if (state)
-        connect(state, &AppState::selectedNewsChanged, this, &NewsSelection::reload);
+        connect(m_state, &AppState::selectedNewsChanged, this, &NewsSelection::reload);
     reload();
     emit appStateChanged();
 }

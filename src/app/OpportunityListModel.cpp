@@ -1,5 +1,6 @@
 #include "OpportunityListModel.h"
 
+#include "AppStateBinding.h"
 #include "ScannerPresentation.h"
 #include "ui/Theme.h"
 
@@ -16,14 +17,10 @@ QObject *OpportunityListModel::appStateObject() const
 
 void OpportunityListModel::setAppStateObject(QObject *object)
 {
-    auto *state = qobject_cast<AppState *>(object);
-    if (m_state == state)
+    if (!rebindAppState(this, m_state, object))
         return;
     if (m_state)
-        disconnect(m_state, nullptr, this, nullptr);
-    m_state = state;
-    if (state)
-        connect(state, &AppState::scannerChanged, this, &OpportunityListModel::reload);
+        connect(m_state, &AppState::scannerChanged, this, &OpportunityListModel::reload);
     reload();
     emit appStateChanged();
 }

@@ -1,5 +1,6 @@
 #include "PriceListModel.h"
 
+#include "AppStateBinding.h"
 #include "PricePresentation.h"
 #include "core/Instruments.h"
 #include "ui/Theme.h"
@@ -14,15 +15,12 @@ PriceListModel::PriceListModel(QObject *parent) : QAbstractListModel(parent) {}
 
 void PriceListModel::setAppState(AppState *state)
 {
-    if (m_state == state)
+    if (!rebindAppState(this, m_state, state))
         return;
-    if (m_state)
-        disconnect(m_state, nullptr, this, nullptr);
-    m_state = state;
-    if (state) {
-        connect(state, &AppState::pricesChanged, this, &PriceListModel::onPricesChanged);
-        connect(state, &AppState::configChanged, this, &PriceListModel::rebuild);
-        connect(state, &QObject::destroyed, this, [this] { setAppState(nullptr); });
+    if (m_state) {
+        connect(m_state, &AppState::pricesChanged, this, &PriceListModel::onPricesChanged);
+        connect(m_state, &AppState::configChanged, this, &PriceListModel::rebuild);
+        connect(m_state, &QObject::destroyed, this, [this] { setAppState(nullptr); });
     }
     rebuild();
     emit appStateChanged();

@@ -1,5 +1,6 @@
 #include "ScannerSummary.h"
 
+#include "AppStateBinding.h"
 #include "ScannerPresentation.h"
 
 #include <QVariantMap>
@@ -19,14 +20,10 @@ QObject *ScannerSummary::appStateObject() const
 
 void ScannerSummary::setAppStateObject(QObject *object)
 {
-    auto *state = qobject_cast<AppState *>(object);
-    if (m_state == state)
+    if (!rebindAppState(this, m_state, object))
         return;
     if (m_state)
-        disconnect(m_state, nullptr, this, nullptr);
-    m_state = state;
-    if (state)
-        connect(state, &AppState::scannerChanged, this, &ScannerSummary::changed);
+        connect(m_state, &AppState::scannerChanged, this, &ScannerSummary::changed);
     emit appStateChanged();
     emit changed();
 }
