@@ -3,7 +3,6 @@
 // proxy adds over a vendor on loopback, and the server's resident memory
 // before and after a flood of requests including refused 50 MB uploads.
 
-#include "AppPrompts.h"
 #include "BackendClient.h"
 
 #include "BackendServer.h"
@@ -11,6 +10,10 @@
 #include "LoopbackServer.h"
 #include "OfflineAnalyst.h"
 #include "OfflineSpeech.h"
+#include "ai/BriefingPrompts.h"
+#include "ai/InstrumentPrompts.h"
+#include "ai/NewsPrompts.h"
+#include "core/MarketStatus.h"
 
 #include <QCoreApplication>
 #include <QElapsedTimer>
@@ -18,10 +21,12 @@
 #include <QJsonArray>
 #include <QTcpSocket>
 #include <QTest>
+#include <QTimeZone>
 
 #include <algorithm>
 #include <cstdio>
 
+using namespace kalvo;
 using namespace kalvo::backend;
 using namespace Qt::StringLiterals;
 
@@ -49,15 +54,19 @@ qint64 residentKb()
 
 QStringList samplePrompts()
 {
+    QList<NewsItem> news = test::sampleNews();
+    news[0].content = u"The Federal Reserve lowered its policy rate. "_s + QString(900, u'x');
+    news[1].content = QString(700, u'y');
+    const QList<CalendarEvent> events = test::sampleEvents();
+    const QDateTime wednesdayMorning(QDate(2024, 5, 8), QTime(10, 0), QTimeZone::utc());
     return {
         u"ping"_s,
-        prompts::quickScoring(u"Fed cuts rates by 50bp in surprise move"_s, u"Reuters"_s,
-                              QString(900, u'x').prepend(u"The Federal Reserve lowered its policy rate. "_s)),
-        prompts::deepAnalysis(u"ECB's Lagarde signals further rate hikes"_s, u"FXStreet"_s, QString(700, u'y')),
-        prompts::marketOverview(prompts::sampleNews(), {u"EUR/USD"_s, u"GBP/USD"_s, u"USD/JPY"_s}),
-        prompts::openBriefing(u"EU SESSION"_s, u"Frankfurt / London aktiv"_s, prompts::sampleNews(), prompts::sampleEvents()),
-        prompts::weekendBriefing(prompts::sampleNews(), prompts::sampleEvents()),
-        prompts::instrumentAnalysis(u"EUR/USD"_s, 1.0855, 0.23, prompts::sampleNews(), prompts::sampleEvents()),
+        NewsPrompts::quickScoring(news[0]),
+        NewsPrompts::deepAnalysis(news[1]),
+        BriefingPrompts::marketOverview(news, {u"EUR/USD"_s, u"GBP/USD"_s, u"USD/JPY"_s}),
+        BriefingPrompts::openMarketBriefing(MarketStatus::status(wednesdayMorning), news, events),
+        BriefingPrompts::weekendBriefing(news, events),
+        InstrumentPrompts::instrumentAnalysis(u"EUR/USD"_s, news, events, 1.0855, 0.23),
     };
 }
 
@@ -167,7 +176,8 @@ void proxyLatency()
     BackendServer server(options);
     server.listen();
 
-    const QString prompt = prompts::quickScoring(u"Fed cuts rates"_s, u"Reuters"_s, QString(900, u'x'));
+    const QString prompt =
+        NewsPrompts::quickScoring(test::news(8.6, u"Fed cuts rates"_s, u"Reuters"_s, QString(900, u'x')));
     const QJsonObject vendorBody{{u"model"_s, u"claude-sonnet-4-5"_s}, {u"max_tokens"_s, 350},
                                  {u"messages"_s, QJsonArray{QJsonObject{{u"role"_s, u"user"_s}, {u"content"_s, prompt}}}}};
     const QByteArray backendBody = QJsonDocument(test::modelCall(token, prompt)).toJson(QJsonDocument::Compact);

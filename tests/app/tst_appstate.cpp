@@ -4,8 +4,6 @@
 #include "core/Clock.h"
 #include "storage/DatabaseService.h"
 
-#include <QCoroFuture>
-#include <QCoroTask>
 #include <QFile>
 #include <QSignalSpy>
 #include <QTemporaryDir>
@@ -23,16 +21,14 @@ const QDateTime wednesdayNoon(QDate(2026, 11, 18), QTime(12, 0), QTimeZone::utc(
 
 NewsItem headline(const QString &id, int minutesAgo, double score = 5)
 {
-    NewsItem item;
-    item.id = id;
-    item.title = u"Headline "_s + id;
-    item.source = u"InvestingLive"_s;
-    item.url = u"https://example.org/"_s + id;
-    item.published = wednesdayNoon.addSecs(-60 * minutesAgo);
-    item.hash = id.toLatin1().toHex();
-    item.score = score;
-    item.priority = 1;
-    return item;
+    return {.id = id,
+            .title = u"Headline "_s + id,
+            .source = u"InvestingLive"_s,
+            .url = u"https://example.org/"_s + id,
+            .published = wednesdayNoon.addSecs(-60 * minutesAgo),
+            .hash = id.toLatin1().toHex(),
+            .score = score,
+            .priority = 1};
 }
 
 QStringList ids(const QList<NewsItem> &items)
@@ -81,12 +77,12 @@ class TestAppState : public QObject
             QObject::connect(&state, &AppState::statusChanged, &state, [this] { statuses << state.status(); });
         }
         // Start-up with a model that answers the probe and scoring switched on.
-        bool startWithModel(double alertMinScore = 7)
+        bool startWithModel()
         {
             backend.script(test::ScriptedBackend::modelPath, {test::ScriptedBackend::modelText(u"pong"_s)});
             Config config;
             config.claudeApiKey = u"key"_s;
-            config.alertMinScore = alertMinScore;
+            config.alertMinScore = 7;
             return !ConfigFiles::save(config) && startAndWait();
         }
         void scriptModel(const QList<test::ScriptedBackend::Step> &steps)
@@ -102,16 +98,6 @@ class TestAppState : public QObject
     };
 
     QString dataDir() const { return m_dataDir.path() + u"/Kalvo"_s; }
-
-    void seedDatabase(const QList<NewsItem> &items)
-    {
-        QDir().mkpath(dataDir());
-        ManualClock clock(wednesdayNoon);
-        DatabaseService db(dataDir() + u"/kalvo_trading.db"_s, clock);
-        db.open().waitForFinished();
-        for (const NewsItem &item : items)
-            db.insert(item).waitForFinished();
-    }
 
 private slots:
     void init()
@@ -153,7 +139,6 @@ private slots:
             h.state.onNewsItem(headline(arrival.id, arrival.minutesAgo, arrival.score));
         QCOMPARE(ids(h.state.news()), order);
         QCOMPARE(h.sounds, sounds);
-        QCOMPARE(h.state.newsCount(), order.size());
     }
 
     void soundNamesComeFromTheConfiguration()
@@ -168,110 +153,89 @@ private slots:
         QCOMPARE(h.sounds, (QStringList{u"Tink"_s, u"Glass"_s}));
     }
 
-    void listIsCappedAtTwoHundred()
+    // A full list has no room below its oldest item. (A newer one pushing the
+    // oldest out is followed row by row in the list model's suite.)
+    void fullListTakesNothingOlderThanItsLast()
     {
         Harness h;
         for (int i = 0; i < AppState::maxNews; ++i)
             h.state.onNewsItem(headline(QString::number(i), 10 + i));
-        QCOMPARE(h.state.newsCount(), AppState::maxNews);
-
         QSignalSpy inserted(&h.state, &AppState::newsInserted);
-        QSignalSpy removed(&h.state, &AppState::newsRemoved);
-
         h.state.onNewsItem(headline(u"too old"_s, 10000));
         QCOMPARE(inserted.count(), 0);
-        QCOMPARE(h.state.news().last().id, u"199"_s);
-
-        h.state.onNewsItem(headline(u"newest"_s, 0));
         QCOMPARE(h.state.newsCount(), AppState::maxNews);
-        QCOMPARE(h.state.news().first().id, u"newest"_s);
-        QCOMPARE(h.state.news().last().id, u"198"_s);
-        QCOMPARE(inserted.count(), 1);
-        QCOMPARE(inserted.first().first().toInt(), 0);
-        QCOMPARE(removed.count(), 1);
-        QCOMPARE(removed.first().first().toInt(), AppState::maxNews);
+        QCOMPARE(h.state.news().last().id, u"199"_s);
     }
 
-    void startLoadsTheNewestStoredItems()
+    // The newest stored headlines come first, then the probe walks the models
+    // until one answers. Without a key, later arrivals are listed unscored.
+    void startLoadsStoredNewsThenProbes()
     {
-        QList<NewsItem> stored;
-        for (int i = 0; i < 70; ++i)
-            stored << headline(u"n%1"_s.arg((i * 37) % 70), (i * 37) % 70); // shuffled ages
-        seedDatabase(stored);
+        QDir().mkpath(dataDir());
+        {
+            ManualClock clock(wednesdayNoon);
+            DatabaseService db(dataDir() + u"/kalvo_trading.db"_s, clock);
+            db.open().waitForFinished();
+            for (int i = 0; i < 70; ++i)
+                db.insert(headline(u"n%1"_s.arg((i * 37) % 70), (i * 37) % 70)).waitForFinished(); // shuffled ages
+        }
 
         Harness h;
+        using B = test::ScriptedBackend;
+        h.scriptModel({B::failure(), B::failure(), B::modelText(u"pong"_s)});
         QVERIFY(h.startAndWait());
         QCOMPARE(h.state.newsCount(), AppState::storedNewsAtStart);
         QCOMPARE(h.state.news().first().id, u"n0"_s);
         QCOMPARE(h.state.news().last().id, u"n59"_s);
         QCOMPARE(h.statuses, (QStringList{u"Lade gespeicherte News…"_s, u"60 News aus Datenbank geladen"_s,
-                                          u"Starte Dienste…"_s, u"⚠ AI-Backend nicht erreichbar"_s}));
+                                          u"Starte Dienste…"_s, u"✓ Claude bereit (3-5-haiku1022)"_s}));
+        QCOMPARE(h.state.aiModel(), u"claude-3-5-haiku-20241022"_s);
         QVERIFY(h.sounds.isEmpty());
+
+        h.state.onNewsItem(headline(u"new"_s, 0));
+        QTest::qWait(100);
+        QCOMPARE(h.state.newsCount(), AppState::storedNewsAtStart + 1);
+        QCOMPARE(h.backend.bodies(B::modelPath).size(), 3); // the probes only
     }
 
-    void startWithEmptyDatabaseKeepsTheList()
+    // Nothing to load, whether the folder is new or the database unusable: the start still completes.
+    void startWithoutStoredNews_data()
     {
+        QTest::addColumn<QByteArray>("database"); // no file when empty
+        QTest::newRow("no data folder yet") << QByteArray();
+        QTest::newRow("database not SQLite") << QByteArray(4096, '\x5a');
+    }
+    void startWithoutStoredNews()
+    {
+        QFETCH(QByteArray, database);
+        const QString path = dataDir() + u"/kalvo_trading.db"_s;
+        if (!database.isEmpty()) {
+            QDir().mkpath(dataDir());
+            QFile file(path);
+            QVERIFY(file.open(QIODevice::WriteOnly) && file.write(database) == database.size());
+        }
         Harness h;
         QVERIFY(h.startAndWait());
         QCOMPARE(h.state.newsCount(), 0);
         QCOMPARE(h.statuses, (QStringList{u"Lade gespeicherte News…"_s, u"Starte Dienste…"_s,
                                           u"⚠ AI-Backend nicht erreichbar"_s}));
-        QVERIFY(QFile::exists(dataDir() + u"/kalvo_trading.db"_s));
+        QVERIFY(QFile::exists(path));
     }
 
-    void brokenFilesDoNotStopTheStart_data()
-    {
-        QTest::addColumn<QByteArray>("configBytes");
-        QTest::addColumn<QByteArray>("databaseBytes");
-        QTest::newRow("config not JSON") << QByteArray("{\"claude_api_key\": ") << QByteArray();
-        QTest::newRow("config key of wrong type")
-            << QByteArray(R"({"price_refresh_seconds": "15"})") << QByteArray();
-        QTest::newRow("database not SQLite") << QByteArray() << QByteArray(4096, '\x5a');
-    }
-
-    void brokenFilesDoNotStopTheStart()
-    {
-        QFETCH(QByteArray, configBytes);
-        QFETCH(QByteArray, databaseBytes);
-        QDir().mkpath(dataDir());
-        const auto write = [&](const QString &name, const QByteArray &bytes) {
-            if (bytes.isEmpty())
-                return;
-            QFile file(dataDir() + u'/' + name);
-            QVERIFY(file.open(QIODevice::WriteOnly));
-            file.write(bytes);
-        };
-        write(u"config.json"_s, configBytes);
-        write(u"kalvo_trading.db"_s, databaseBytes);
-
-        Harness h;
-        QVERIFY(h.startAndWait());
-        QCOMPARE(h.state.config(), Config());
-        QCOMPARE(h.state.newsCount(), 0);
-        if (!databaseBytes.isEmpty()) {
-            QFile db(dataDir() + u"/kalvo_trading.db"_s);
-            QVERIFY(db.open(QIODevice::ReadOnly));
-            QCOMPARE(db.readAll(), databaseBytes); // never overwritten
-        }
-    }
-
-    void secondStartRequestIsIgnored()
+    // However often it is asked for, one start runs; its session loop updates at
+    // once and then every 30 s until stop. A later start runs the whole start-up again.
+    void loopsRunFromOneStartUntilStopped()
     {
         Harness h;
+        h.clock.setNow(QDateTime(QDate(2026, 11, 18), QTime(8, 59, 40), QTimeZone::utc()));
         QSignalSpy started(&h.state, &AppState::started);
         h.state.startIfNeeded();
         h.state.startIfNeeded();
         QVERIFY(started.wait(5000));
+        QCOMPARE(h.clock.pendingSleepers(), 2); // scanner and sessions
         QTest::qWait(50); // give a second start, if any, a chance to finish too
         QCOMPARE(started.count(), 1);
         QCOMPARE(h.statuses.count(u"Starte Dienste…"_s), 1);
-    }
-
-    void sessionLoopRunsAtOnceThenEveryThirtySeconds()
-    {
-        Harness h;
-        h.clock.setNow(QDateTime(QDate(2026, 11, 18), QTime(8, 59, 40), QTimeZone::utc()));
-        QVERIFY(h.startAndWait());
         QCOMPARE(h.state.sessions(), (QStringList{u"tokyo"_s, u"london"_s}));
 
         h.clock.advance(29s);
@@ -279,51 +243,18 @@ private slots:
         h.clock.advance(1s); // 09:00:10
         QCOMPARE(h.state.sessions(), QStringList{u"london"_s});
         QCOMPARE(h.state.sessionOverlap(), QString());
-    }
-
-    void stopEndsTheLoops()
-    {
-        Harness h;
-        h.clock.setNow(QDateTime(QDate(2026, 11, 18), QTime(8, 59, 40), QTimeZone::utc()));
-        QVERIFY(h.startAndWait());
-        QCOMPARE(h.clock.pendingSleepers(), 2); // scanner and sessions
 
         h.state.stop();
         QVERIFY(!h.state.isRunning());
         QCOMPARE(h.clock.pendingSleepers(), 0);
         QCoreApplication::processEvents(); // the interrupted loops wake up and leave
-        h.clock.advance(60s);
-        QCOMPARE(h.state.sessions(), (QStringList{u"tokyo"_s, u"london"_s}));
+        h.clock.advance(3h); // New York has opened, unnoticed
+        QCOMPARE(h.state.sessions(), QStringList{u"london"_s});
 
-        // A later start runs the whole start-up again.
         h.statuses.clear();
         QVERIFY(h.startAndWait());
         QVERIFY(h.statuses.contains(u"Starte Dienste…"_s));
-        QCOMPARE(h.state.sessions(), QStringList{u"london"_s});
-    }
-
-    void startProbesTheModel_data()
-    {
-        QTest::addColumn<QList<test::ScriptedBackend::Step>>("probeReplies");
-        QTest::addColumn<QString>("status");
-        QTest::addColumn<QString>("model");
-        using B = test::ScriptedBackend;
-        QTest::newRow("first model answers") << QList<B::Step>{B::modelText(u"pong"_s)}
-                                             << u"✓ Claude bereit (sonnet-4-5)"_s << u"claude-sonnet-4-5"_s;
-        QTest::newRow("third model answers")
-            << QList<B::Step>{B::failure(), B::failure(), B::modelText(u"pong"_s)}
-            << u"✓ Claude bereit (3-5-haiku1022)"_s << u"claude-3-5-haiku-20241022"_s;
-        QTest::newRow("none answers") << QList<B::Step>{} << u"⚠ AI-Backend nicht erreichbar"_s << QString();
-    }
-    void startProbesTheModel()
-    {
-        QFETCH(QList<test::ScriptedBackend::Step>, probeReplies);
-        Harness h;
-        h.scriptModel(probeReplies);
-        QVERIFY(h.startAndWait());
-        QTEST(h.state.status(), "status");
-        QTEST(h.state.aiModel(), "model");
-        QVERIFY(h.state.aiAvailable()); // the client exists either way
+        QCOMPARE(h.state.sessions(), (QStringList{u"london"_s, u"new_york"_s}));
     }
 
     void scoringOfArrivingHeadlines_data()
@@ -345,7 +276,6 @@ private slots:
         QTest::newRow("score zero is clamped to one") << scored(0, u"x"_s) << 1.0 << ready;
         QTest::newRow("irrelevant leaves the list") << B::modelText(uR"({"relevant":false})"_s) << 0.0 << ready;
         QTest::newRow("failed scoring leaves the list") << B::failure() << 0.0 << ready;
-        QTest::newRow("reply without JSON leaves the list") << B::modelText(u"Sorry."_s) << 0.0 << ready;
     }
     void scoringOfArrivingHeadlines()
     {
@@ -356,6 +286,7 @@ private slots:
         h.scriptModel({reply});
         NewsItem item = headline(u"A"_s, 0, 3);
         item.title = QString(90, u'T');
+        h.state.database()->insert(item).waitForFinished(); // as the news service does before handing it over
         QSignalSpy settled(&h.state, storedScore > 0 ? &AppState::newsUpdated : &AppState::newsRemoved);
         h.state.onNewsItem(item);
         QCOMPARE(h.state.newsCount(), 1); // listed at once, scored later
@@ -368,48 +299,7 @@ private slots:
         }
         QCOMPARE(h.state.news().first().score, storedScore);
         QCOMPARE(h.state.news().first().analysis->score, storedScore);
-    }
-
-    void headlinesArrivingTogetherAreEachScoredWithTheModel()
-    {
-        Harness h;
-        QVERIFY(h.startWithModel());
-        const int count = 12;
-        for (int i = 0; i < count; ++i)
-            h.scriptModel({test::ScriptedBackend::modelText(uR"({"relevant":true,"score":5,"headline":"H"})"_s)});
-        QSignalSpy updated(&h.state, &AppState::newsUpdated);
-        for (int i = 0; i < count; ++i)
-            h.state.onNewsItem(headline(QString::number(i), i));
-        QTRY_COMPARE(updated.count(), count);
-        QCOMPARE(h.backend.models(), QStringList(count + 1, u"claude-sonnet-4-5"_s));
-    }
-
-    void scoresReachTheDatabase()
-    {
-        Harness h;
-        QVERIFY(h.startWithModel());
-        h.scriptModel({test::ScriptedBackend::modelText(uR"({"relevant":true,"score":11,"headline":"H"})"_s)});
-        const NewsItem item = headline(u"S"_s, 0, 3);
-        h.state.database()->insert(item).waitForFinished(); // as the news service does before handing it over
-        QSignalSpy updated(&h.state, &AppState::newsUpdated);
-        h.state.onNewsItem(item);
-        QVERIFY(updated.wait(5000));
-        QList<NewsItem> rows;
-        QTRY_VERIFY((rows = h.state.database()->loadRecent(10).result()).size() == 1 && rows.first().analysis);
-        QCOMPARE(rows.first().score, 10.0);
-        QCOMPARE(rows.first().analysis->headline, u"H"_s);
-    }
-
-    void withoutAKeyNothingIsScored()
-    {
-        Harness h;
-        h.scriptModel({test::ScriptedBackend::modelText(u"pong"_s)});
-        QVERIFY(h.startAndWait());
-        h.state.onNewsItem(headline(u"A"_s, 0));
-        QTest::qWait(100);
-        QCOMPARE(h.state.newsCount(), 1);
-        QCOMPARE(h.backend.bodies(test::ScriptedBackend::modelPath).size(), 1); // the probe only
-        QCOMPARE(h.sounds, QStringList{u"Ping"_s});
+        QTRY_COMPARE(h.state.database()->loadRecent(1).result().value(0).score, storedScore);
     }
 
     void deepAnalysisKeepsTheQuickVerdict()
@@ -424,7 +314,6 @@ private slots:
 
         h.scriptModel({test::ScriptedBackend::modelText(
             uR"({"summary":"Lang","score":9,"macro":"Makro","risks":["R1"],"watch_next":"CPI"})"_s)});
-        h.state.setProperty("isAnalyzingDetail", true); // as the view does
         h.state.runDetailAnalysis(u"A"_s);
         QTRY_VERIFY(!h.state.property("isAnalyzingDetail").toBool());
         const NewsAnalysis &analysis = *h.state.news().first().analysis;
@@ -437,7 +326,8 @@ private slots:
         QCOMPARE(h.state.status(), u"✓ Detail-Analyse: Headline A"_s);
     }
 
-    void busyFlagsFallAfterEveryOutcome_data()
+    // Failed requests are the main window's suite's: it clicks both buttons into one.
+    void busyFlagsFallWithEachOutcome_data()
     {
         QTest::addColumn<QByteArray>("flag");
         QTest::addColumn<QList<test::ScriptedBackend::Step>>("modelReplies");
@@ -451,15 +341,11 @@ private slots:
                                              << u"✓ Live-Briefing bereit — drücke Play zum Abspielen"_s;
         QTest::newRow("briefing, speech fails") << QByteArray("isLoadingBriefing") << QList<B::Step>{briefing}
                                                 << QList<B::Step>{B::failure()} << u"✓ Live-Briefing bereit (kein Audio)"_s;
-        QTest::newRow("briefing fails") << QByteArray("isLoadingBriefing") << QList<B::Step>{B::raw(200, "<html>")}
-                                        << QList<B::Step>{} << u"⚠ Live-Briefing fehlgeschlagen"_s;
         QTest::newRow("overview") << QByteArray("isLoadingOverview")
                                   << QList<B::Step>{B::modelText(uR"({"sentiment":"risk-on","themes":["Fed"]})"_s)}
                                   << QList<B::Step>{} << u"✓ Marktübersicht geladen"_s;
-        QTest::newRow("overview fails") << QByteArray("isLoadingOverview") << QList<B::Step>{B::failure()}
-                                        << QList<B::Step>{} << u"⚠ Marktübersicht fehlgeschlagen"_s;
     }
-    void busyFlagsFallAfterEveryOutcome()
+    void busyFlagsFallWithEachOutcome()
     {
         QFETCH(QByteArray, flag);
         QFETCH(QList<test::ScriptedBackend::Step>, modelReplies);
@@ -469,31 +355,25 @@ private slots:
         QVERIFY(h.startWithModel());
         h.scriptModel(modelReplies);
         h.backend.script(test::ScriptedBackend::speechPath, speechReplies);
-        h.state.setProperty(flag.constData(), true);
         if (flag == "isLoadingBriefing")
             h.state.loadLiveBriefing();
         else
             h.state.loadMarketOverview();
         QTRY_VERIFY(!h.state.property(flag.constData()).toBool());
         QTEST(h.state.status(), "status");
-        const bool succeeded = !h.state.status().startsWith(u'⚠');
-        QCOMPARE(flag == "isLoadingBriefing" ? h.state.hasLiveBriefing() : h.state.hasMarketOverview(), succeeded);
+        QVERIFY(flag == "isLoadingBriefing" ? h.state.hasLiveBriefing() : h.state.hasMarketOverview());
     }
 
     void loopsDeliverFromTheMarkets()
     {
         Harness h(true);
-        QSignalSpy prices(&h.state, &AppState::pricesChanged);
         QVERIFY(h.startAndWait());
         QTRY_VERIFY_WITH_TIMEOUT(h.state.newsCount() > 0, 10000);
-        QTRY_VERIFY_WITH_TIMEOUT(h.state.newsLastCheckedAt().isValid(), 10000);
-        QCOMPARE(h.state.newsLastCheckedAt(), wednesdayNoon);
+        QTRY_COMPARE_WITH_TIMEOUT(h.state.newsLastCheckedAt(), wednesdayNoon, 10000);
         QVERIFY(h.state.newsFetchHealthy());
         QTRY_VERIFY_WITH_TIMEOUT(h.state.calendarLoadedOnce(), 10000);
         QVERIFY(!h.state.calendar().isEmpty());
-        QTRY_VERIFY_WITH_TIMEOUT(prices.count() > 0, 10000);
-        for (const QString &pair : h.state.config().marketPairs)
-            QVERIFY2(h.state.prices().value(pair).price > 0, qPrintable(pair));
+        QTRY_VERIFY_WITH_TIMEOUT(h.state.prices().value(h.state.config().marketPairs.value(0)).price > 0, 10000);
 
         // The scanner's first run comes ten seconds after the loops started.
         QSignalSpy scanned(&h.state, &AppState::scannerChanged);
@@ -507,17 +387,13 @@ private slots:
     void pricesMissingFromADeliveryKeepTheirQuote()
     {
         Harness h;
-        PriceData eur;
-        eur.pair = u"EUR/USD"_s;
-        eur.price = 1.08;
-        PriceData gbp = eur;
-        gbp.pair = u"GBP/USD"_s;
-        gbp.price = 1.27;
+        PriceData eur{.pair = u"EUR/USD"_s, .price = 1.08};
+        const PriceData gbp{.pair = u"GBP/USD"_s, .price = 1.27};
         h.state.onPrices({{eur.pair, eur}, {gbp.pair, gbp}});
         eur.price = 1.09;
         h.state.onPrices({{eur.pair, eur}});
-        QCOMPARE(h.state.prices().value(u"EUR/USD"_s).price, 1.09);
-        QCOMPARE(h.state.prices().value(u"GBP/USD"_s).price, 1.27);
+        QCOMPARE(h.state.prices().value(eur.pair).price, 1.09);
+        QCOMPARE(h.state.prices().value(gbp.pair).price, 1.27);
     }
 };
 

@@ -1,7 +1,11 @@
 #pragma once
 
 // A real HTTP client for the backend tests: QNetworkAccessManager over
-// loopback, waited for with a local event loop.
+// loopback, waited for with a local event loop; and the app's news and
+// events for its prompt builders, with only the fields the prompts read.
+
+#include "core/MarketRecords.h"
+#include "core/NewsItem.h"
 
 #include <QEventLoop>
 #include <QJsonDocument>
@@ -18,12 +22,10 @@ namespace test {
 struct HttpResult
 {
     int status = 0; // 0: no HTTP answer
-    QNetworkReply::NetworkError error = QNetworkReply::NoError;
     QByteArray body;
     QMap<QByteArray, QByteArray> headers; // names lower-cased
 
     QJsonObject json() const { return QJsonDocument::fromJson(body).object(); }
-    bool isJsonObject() const { return QJsonDocument::fromJson(body).isObject(); }
 };
 
 inline HttpResult finish(QNetworkReply *reply)
@@ -35,7 +37,6 @@ inline HttpResult finish(QNetworkReply *reply)
     }
     HttpResult result;
     result.status = reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
-    result.error = reply->error();
     result.body = reply->readAll();
     for (const auto &[name, value] : reply->rawHeaderPairs())
         result.headers.insert(name.toLower(), value);
@@ -61,11 +62,6 @@ inline HttpResult post(QNetworkAccessManager &network, const QUrl &url, const QB
     return finish(startPost(network, url, body));
 }
 
-inline HttpResult post(QNetworkAccessManager &network, const QUrl &url, const QJsonObject &body)
-{
-    return post(network, url, QJsonDocument(body).toJson(QJsonDocument::Compact));
-}
-
 inline HttpResult get(QNetworkAccessManager &network, const QUrl &url)
 {
     return finish(network.get(jsonRequest(url)));
@@ -82,12 +78,32 @@ inline QJsonObject speechCall(const QString &token, const QString &text)
     return {{u"token"_s, token}, {u"model"_s, u"tts-1"_s}, {u"voice"_s, u"alloy"_s}, {u"text"_s, text}};
 }
 
-// The reply text of a model call read the way the app reads it: trimmed, a
-// JSON object and nothing else.
-inline QJsonObject replyObject(const HttpResult &result)
+inline kalvo::NewsItem news(double score, const QString &title, const QString &source, const QString &content = {})
 {
-    const QString text = result.json().value("text"_L1).toString().trimmed();
-    return QJsonDocument::fromJson(text.toUtf8()).object();
+    return {.id = title, .title = title, .source = source, .content = content, .score = score};
+}
+
+inline kalvo::CalendarEvent event(const QString &time, const QString &currency, kalvo::CalendarEvent::Impact impact,
+                                  const QString &title)
+{
+    return {.id = time + title, .timeDisplay = time, .currency = currency, .event = title, .impact = impact};
+}
+
+// Headlines with the words the offline analyst's keyword rules react to.
+inline QList<kalvo::NewsItem> sampleNews()
+{
+    return {news(8.6, u"Fed cuts rates by 50bp in surprise move"_s, u"Reuters"_s),
+            news(7.0, u"ECB's Lagarde signals further rate hikes"_s, u"FXStreet"_s),
+            news(5.2, u"UK inflation slows more than expected"_s, u"BBC Business"_s),
+            news(4.0, u"Gold climbs to record high"_s, u"Kitco"_s)};
+}
+
+inline QList<kalvo::CalendarEvent> sampleEvents()
+{
+    using enum kalvo::CalendarEvent::Impact;
+    return {event(u"14:30"_s, u"USD"_s, High, u"Non-Farm Employment Change"_s),
+            event(u"Ganztägig"_s, u"EUR"_s, Holiday, u"Bank Holiday"_s),
+            event(u"16:00"_s, u"GBP"_s, Medium, u"BoE Gov Bailey Speaks"_s)};
 }
 
 } // namespace test

@@ -3,6 +3,7 @@
 // backend gives is read by the app into a full record.
 
 #include "../TestSupport.h"
+#include "BackendClient.h"
 #include "Mp3Frames.h"
 
 #include "BackendServer.h"
@@ -16,8 +17,6 @@
 #include <QTemporaryDir>
 #include <QTimer>
 
-#include <numeric>
-
 using namespace kalvo;
 using namespace kalvo::backend;
 
@@ -28,56 +27,24 @@ const QString token = u"wire-5c0e81f2b7d94a36"_s;
 const QDateTime wednesdayMorning = test::utc(2024, 5, 8, 10, 15); // market open, EU session
 const QDateTime saturdayMorning = test::utc(2024, 5, 11, 9, 0);   // market closed
 
-NewsItem headline(int n, const QString &title, double score, const QString &content = {})
-{
-    return {.id = u"wire-%1"_s.arg(n), .title = title, .source = u"Reuters"_s,
-            .url = u"https://example.org/news/%1"_s.arg(n), .published = wednesdayMorning.addSecs(-600 * n),
-            .content = content, .hash = u"hash-%1"_s.arg(n), .score = score};
-}
-
-QList<NewsItem> currentNews()
-{
-    return {headline(1, u"Fed cuts rates by 50bp in surprise move"_s, 9),
-            headline(2, u"ECB's Lagarde signals further rate hikes"_s, 7.4),
-            headline(3, u"UK inflation slows more than expected"_s, 6), headline(4, u"Gold climbs to record high"_s, 4)};
-}
-
-CalendarEvent event(int n, const QString &time, const QString &currency, CalendarEvent::Impact impact,
-                    const QString &title)
-{
-    return {.id = u"event-%1"_s.arg(n), .time = u"2024-05-08T12:30:00Z"_s, .timeDisplay = time, .currency = currency,
-            .country = currency, .event = title, .impact = impact};
-}
-
-QList<CalendarEvent> upcomingEvents()
-{
-    return {event(1, u"14:30"_s, u"USD"_s, CalendarEvent::Impact::High, u"Non-Farm Employment Change"_s),
-            event(2, u"16:00"_s, u"GBP"_s, CalendarEvent::Impact::Medium, u"BoE Gov Bailey Speaks"_s),
-            event(3, u"Ganztägig"_s, u"EUR"_s, CalendarEvent::Impact::Holiday, u"Bank Holiday"_s)};
-}
-
-enum class Probe { AtStart, Never };
-
 // One offline backend and the app's client pointed at it, the token handed
 // over the way the app receives it. Like the app, the client probes for a
-// model at start, unless told not to; `served` then holds one line for each
-// request the backend served after that.
+// model at start; `probed` holds one line for each request of the probe,
+// `served` one for each request the backend served after that.
 struct Wire
 {
-    explicit Wire(const QDateTime &now = wednesdayMorning, Probe probe = Probe::AtStart) : clock(now)
+    explicit Wire(const QDateTime &now = wednesdayMorning, const QString &sentToken = token) : clock(now)
     {
         qputenv("KALVO_DATA_DIR", dataDir.path().toLocal8Bit()); // no token file from a real data folder
-        qputenv("KALVO_BACKEND_TOKEN", token.toUtf8());
+        qputenv("KALVO_BACKEND_TOKEN", sentToken.toUtf8());
         BackendOptions options;
         options.tokens = {token};
         options.log = [lines = served](const QString &line) { lines->append(line); };
         server = std::make_unique<BackendServer>(options);
         server->listen();
         client = std::make_unique<ClaudeService>(server->functionsUrl(), clock);
-        if (probe == Probe::AtStart) {
-            startedWith = awaited(client->findWorkingModel());
-            served->clear();
-        }
+        startedWith = awaited(client->findWorkingModel());
+        probed = std::exchange(*served, {});
     }
     ~Wire() { qunsetenv("KALVO_BACKEND_TOKEN"); }
 
@@ -90,10 +57,11 @@ struct Wire
 
     QTemporaryDir dataDir;
     ManualClock clock;
-    QString startedWith; // the model the start-up probe found
     std::shared_ptr<QStringList> served = std::make_shared<QStringList>();
     std::unique_ptr<BackendServer> server;
     std::unique_ptr<ClaudeService> client;
+    QString startedWith; // the model the start-up probe found
+    QStringList probed;
 };
 
 enum class Family { Scoring, Deep, Overview, Briefing, Instrument };
@@ -109,8 +77,8 @@ QStringList readBack(Wire &wire, Family family, const QStringList &expected)
 {
     switch (family) {
     case Family::Scoring: {
-        const NewsItem item = headline(1, u"BoJ \"intervention\" {yen} surges"_s, 5,
-                                       u"Line one\n\"quoted\" {\"json\":true}\n\tend"_s);
+        const NewsItem item = test::news(5, u"BoJ \"intervention\" {yen} surges"_s, u"Reuters"_s,
+                                         u"Line one\n\"quoted\" {\"json\":true}\n\tend"_s);
         const std::optional<NewsAnalysis> a = wire.awaited(wire.client->analyzeNews(item));
         if (!a)
             return {};
@@ -120,42 +88,54 @@ QStringList readBack(Wire &wire, Family family, const QStringList &expected)
                 flag(a->analysis.contains(u"Reuters"_s) && !a->category.isEmpty() && !a->factors.isEmpty())};
     }
     case Family::Deep: {
-        const NewsItem item = headline(1, u"Fed cuts rates by 50bp in surprise move"_s, 9,
-                                       u"The Federal Reserve lowered its policy rate by half a point."_s);
+        NewsItem item = test::sampleNews().first();
+        item.content = u"The Federal Reserve lowered its policy rate by half a point."_s;
         const std::optional<NewsAnalysis> a = wire.awaited(wire.client->analyzeNewsDetail(item));
         if (!a)
             return {};
-        const PairDetail detail = a->pairDetails.value(u"USD/JPY"_s);
-        return {a->pairs.value(u"USD/JPY"_s), detail.movePips,
-                flag(!detail.reasoning.isEmpty() && detail.probability > 50 && detail.probability <= 100),
-                flag(a->summary.contains(u"Reuters"_s) && a->strategy && !a->macro.isEmpty() && !a->watchNext.isEmpty()),
-                QString::number(a->risks.size())};
+        bool everyPair = !a->pairDetails.isEmpty();
+        for (const PairDetail &view : a->pairDetails) {
+            everyPair = everyPair && !view.direction.isEmpty() && !view.reasoning.isEmpty() && !view.movePips.isEmpty()
+                && view.probability >= 0 && view.probability <= 100;
+        }
+        const PairDetail usdJpy = a->pairDetails.value(u"USD/JPY"_s);
+        const TradeStrategy strategy = a->strategy.value_or(TradeStrategy());
+        return {a->pairs.value(u"USD/JPY"_s), usdJpy.movePips, flag(everyPair && usdJpy.probability > 50),
+                flag(a->summary.contains(u"Reuters"_s) && a->score >= 1 && a->score <= 10 && !a->macro.isEmpty()
+                     && !a->watchNext.isEmpty()),
+                QString::number(a->risks.size()),
+                flag(!strategy.entry.isEmpty() && !strategy.stop.isEmpty() && !strategy.target.isEmpty()),
+                strategy.bias};
     }
     case Family::Overview: {
         const QStringList pairs{u"GBP/USD"_s, u"EUR/USD"_s, u"USD/JPY"_s};
-        const std::optional<MarketOverview> o = wire.awaited(wire.client->generateMarketOverview(currentNews(), pairs));
+        const std::optional<MarketOverview> o =
+            wire.awaited(wire.client->generateMarketOverview(test::sampleNews(), pairs));
         if (!o)
             return {};
         const QStringList directions{u"bullish"_s, u"bearish"_s, u"neutral"_s};
-        return {o->usd, o->eur,
-                flag(QStringList({u"risk-on"_s, u"risk-off"_s, u"neutral"_s}).contains(o->sentiment)
-                     && directions.contains(o->gbp) && directions.contains(o->jpy) && pairs.contains(o->topPair)),
-                flag(!o->themes.isEmpty() && o->overview.contains(u"Fed cuts rates"_s))};
+        return {o->sentiment, o->usd, o->eur, o->topPair,
+                flag(directions.contains(o->gbp) && directions.contains(o->jpy)),
+                flag(!o->themes.isEmpty() && o->overview.contains(u"Fed cuts rates"_s)
+                     && o->overview.count(u'.') >= 2)};
     }
     case Family::Briefing: {
         const std::optional<LiveBriefing> b =
-            wire.awaited(wire.client->generateLiveBriefing(currentNews(), upcomingEvents()));
+            wire.awaited(wire.client->generateLiveBriefing(test::sampleNews(), test::sampleEvents()));
         if (!b)
             return {};
         const int words = wordCount(b->text);
-        return {flag(!b->title.isEmpty() && wordCount(b->title) <= 6 && b->title != u"Wochenende — Märkte geschlossen"_s),
-                flag(words >= 110 && words <= 130), flag(b->text.contains(u"Fed cuts rates by 50bp"_s)),
+        const QList<NewsItem> news = test::sampleNews();
+        return {flag(!b->title.isEmpty() && wordCount(b->title) <= 6 && b->title != u"Wochenende — Märkte geschlossen"_s
+                     && !b->audioData),
+                flag(words >= 110 && words <= 130),
+                flag(b->text.contains(news[0].title) && b->text.contains(news[1].title)),
                 b->text.contains(expected.value(3)) ? expected.value(3) : b->text, QString::number(b->keyPoints.size()),
-                flag(b->watchNext.value(0).contains(u"Non-Farm Employment Change"_s) && !b->audioData)};
+                b->watchNext.join(u"; "_s)};
     }
     case Family::Instrument: {
         const std::optional<InstrumentAnalysis> a = wire.awaited(
-            wire.client->analyzeInstrument(u"USD/JPY"_s, currentNews(), upcomingEvents(), 151.234, -0.4567));
+            wire.client->analyzeInstrument(u"USD/JPY"_s, test::sampleNews(), test::sampleEvents(), 151.234, -0.4567));
         if (!a)
             return {};
         bool filled = !a->macroDrivers.isEmpty() && !a->risks.isEmpty();
@@ -190,14 +170,12 @@ double decodedSeconds(QByteArray mp3)
         sampleRate = buffer.format().sampleRate();
     });
     QObject::connect(&decoder, &QAudioDecoder::finished, &loop, &QEventLoop::quit);
-    QObject::connect(&decoder, qOverload<QAudioDecoder::Error>(&QAudioDecoder::error), &loop, [&] {
+    const auto fail = [&] {
         failed = true;
         loop.quit();
-    });
-    QTimer::singleShot(20'000, &loop, [&] {
-        failed = true;
-        loop.quit();
-    });
+    };
+    QObject::connect(&decoder, qOverload<QAudioDecoder::Error>(&QAudioDecoder::error), &loop, fail);
+    QTimer::singleShot(20'000, &loop, fail);
     decoder.start();
     loop.exec();
     return failed || sampleRate == 0 ? -1 : double(frames) / sampleRate;
@@ -210,29 +188,14 @@ class TestWireContract : public QObject
     Q_OBJECT
 
 private slots:
-    void probesForAModel_data()
+    // The probe tries every model, and an unknown token gets a 401 and nothing more for each.
+    void findsNoModelForAnUnknownToken()
     {
-        QTest::addColumn<QString>("sentToken");
-        QTest::addColumn<QString>("model");
-        QTest::addColumn<int>("requests");
-        QTest::newRow("the first model answers") << token << u"claude-sonnet-4-5"_s << 1;
-        QTest::newRow("an unknown token gets no model") << u"wire-guess"_s << QString() << 5;
-    }
-
-    void probesForAModel()
-    {
-        QFETCH(QString, sentToken);
-        QFETCH(QString, model);
-        QFETCH(int, requests);
-        Wire wire(wednesdayMorning, Probe::Never);
-        qputenv("KALVO_BACKEND_TOKEN", sentToken.toUtf8());
-
-        QCOMPARE(wire.awaited(wire.client->findWorkingModel()), model);
-        QCOMPARE(wire.client->workingModel().value_or(QString()), model);
-        QTRY_COMPARE(wire.served->size(), requests);
-        if (!model.isEmpty())
-            return;
-        for (const QString &line : std::as_const(*wire.served))
+        Wire wire(wednesdayMorning, u"wire-guess"_s);
+        QCOMPARE(wire.startedWith, QString());
+        QCOMPARE(wire.client->workingModel(), std::nullopt);
+        QCOMPARE(wire.probed.size(), 5);
+        for (const QString &line : std::as_const(wire.probed))
             QVERIFY2(line.contains(u" 401 "_s), qPrintable(line));
     }
 
@@ -242,7 +205,7 @@ private slots:
     void scoresABatchOfHeadlines()
     {
         Wire wire;
-        const QList<NewsItem> news = currentNews();
+        const QList<NewsItem> news = test::sampleNews();
         const int batch = ClaudeService::maxRequestsPerMinute - 1;
         std::vector<QCoro::Task<std::optional<NewsAnalysis>>> scorings;
         for (int i = 0; i < batch; ++i)
@@ -255,6 +218,9 @@ private slots:
         const std::optional<NewsAnalysis> afterwards = wire.awaited(wire.client->analyzeNews(news.first()));
         QVERIFY(afterwards && afterwards->relevant);
         QCOMPARE(wire.modelCalls(), batch + 1);
+        // The probe stopped at the first model, which answered.
+        QCOMPARE(wire.probed.size(), 1);
+        QCOMPARE(wire.startedWith, u"claude-sonnet-4-5"_s);
         QCOMPARE(wire.client->workingModel(), std::optional<QString>(wire.startedWith));
     }
 
@@ -268,16 +234,20 @@ private slots:
         const QString yes = u"true"_s;
         QTest::newRow("scoring, quotes, braces and line breaks in the text")
             << int(Family::Scoring) << wednesdayMorning << QStringList{u"immediate"_s, u"bearish"_s, yes, yes};
-        QTest::newRow("deep analysis") << int(Family::Deep) << wednesdayMorning
-                                       << QStringList{u"bearish"_s, u"60-90"_s, yes, yes, u"2"_s};
+        // A dovish Fed weakens the dollar: the trade is the euro against it.
+        QTest::newRow("deep analysis")
+            << int(Family::Deep) << wednesdayMorning
+            << QStringList{u"bearish"_s, u"60-90"_s, yes, yes, u"2"_s, yes, u"Long EUR/USD"_s};
         // A dovish Fed and a hawkish ECB: the dollar down, the euro up.
         QTest::newRow("overview") << int(Family::Overview) << wednesdayMorning
-                                  << QStringList{u"bearish"_s, u"bullish"_s, yes, yes};
+                                  << QStringList{u"neutral"_s, u"bearish"_s, u"bullish"_s, u"EUR/USD"_s, yes, yes};
         // Phrases only the right branch's answer has; not one of the app's fixed stand-ins.
+        const QString events =
+            u"14:30 USD Non-Farm Employment Change; Ganztägig EUR Bank Holiday; 16:00 GBP BoE Gov Bailey Speaks"_s;
         QTest::newRow("briefing, market open") << int(Family::Briefing) << wednesdayMorning
-                                               << QStringList{yes, yes, yes, u"EU SESSION"_s, u"3"_s, yes};
+                                               << QStringList{yes, yes, yes, u"EU SESSION"_s, u"3"_s, events};
         QTest::newRow("briefing, weekend") << int(Family::Briefing) << saturdayMorning
-                                           << QStringList{yes, yes, yes, u"geschlossen"_s, u"3"_s, yes};
+                                           << QStringList{yes, yes, yes, u"geschlossen"_s, u"3"_s, events};
         QTest::newRow("instrument USD/JPY after a dovish Fed")
             << int(Family::Instrument) << wednesdayMorning << QStringList{u"bearish"_s, yes, u"100"_s, yes, yes, yes};
     }
@@ -292,18 +262,30 @@ private slots:
         QCOMPARE(wire.modelCalls(), 1); // with the model the start-up probe found; no other was tried
     }
 
-    // The app cuts what it sends at 4096 characters; the backend speaks all of it.
-    void speaksTheBriefing()
+    void speaksTheText_data()
     {
-        QString text;
-        while (text.size() < 5000)
-            text += u"Der Euro steigt. "_s;
+        QTest::addColumn<QString>("text");
+        QTest::newRow("one word") << u"Hallo."_s;
+        QTest::newRow("one sentence")
+            << u"Der Euro steigt nach den Aussagen der Europäischen Zentralbank deutlich an."_s;
+        QTest::newRow("numbers, symbols and quotes") << u"EUR/USD bei 1,0855 (+0,23 %) — „Fed“ & <BoJ>."_s;
+        // The app cuts what it sends at 4096 characters; the backend speaks all of it.
+        QString longText;
+        while (longText.size() < 5000)
+            longText += u"Der Euro steigt. "_s;
+        QTest::newRow("longer than the app sends") << longText;
+    }
+
+    void speaksTheText()
+    {
+        QFETCH(QString, text);
         const int spokenWords = wordCount(text.left(4096));
         Wire wire;
         const std::optional<QByteArray> audio = wire.awaited(wire.client->synthesizeSpeech(text));
         QVERIFY(audio);
         const test::Mp3Stream mp3 = test::readMp3(*audio);
         QVERIFY2(mp3.valid, qPrintable(mp3.problem));
+        QVERIFY(mp3.mono);
         // Between a hurried 260 and a slow 90 words a minute, plus the final pause.
         QVERIFY2(mp3.seconds >= spokenWords * 60.0 / 260 && mp3.seconds <= spokenWords * 60.0 / 90 + 1.5,
                  qPrintable(u"%1 s for %2 words"_s.arg(mp3.seconds).arg(spokenWords)));

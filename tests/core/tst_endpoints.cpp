@@ -33,18 +33,30 @@ class TestEndpoints : public QObject
     Q_OBJECT
 
 private slots:
-    void defaultsAreUsable()
+    // Every default is usable; a base moves each to its origin with path and
+    // query intact. The simulator serves every feed from that one origin, so
+    // no two feeds may collapse into one address.
+    void defaultsAndTheirBase()
     {
+        QStringList problems;
+        const Endpoints moved = Endpoints::fromJson(json({{u"base"_s, simulator}}), &problems);
+        QVERIFY(problems.isEmpty());
         QStringList feeds;
+        QSet<QString> movedFeeds;
         for (const Endpoints::Entry &entry : Endpoints::defaults()) {
-            const QUrl url(entry.url, QUrl::StrictMode);
+            const QUrl url(entry.url, QUrl::StrictMode), movedUrl(moved.url(entry.key));
             QVERIFY2(url.isValid() && !url.host().isEmpty(), qPrintable(entry.url));
             const bool local = entry.key == "backend"_L1 || entry.key.startsWith("update."_L1);
             QCOMPARE(url.scheme(), local ? u"http"_s : u"https"_s);
-            if (entry.key.startsWith("feed."_L1))
+            QCOMPARE(movedUrl.adjusted(QUrl::RemovePath | QUrl::RemoveQuery).toString(), simulator);
+            QCOMPARE(movedUrl.path() + u'?' + movedUrl.query(), url.path() + u'?' + url.query());
+            if (entry.key.startsWith("feed."_L1)) {
                 feeds << entry.key;
+                movedFeeds << movedUrl.toString();
+            }
         }
         QCOMPARE(feeds.size(), 22);
+        QCOMPARE(movedFeeds.size(), 22);
         QVERIFY(Endpoints::defaults().size() > 22);
         for (int i = 0; i < 22; ++i)
             QCOMPARE(Endpoints::feedKey(i), feeds.at(i));
@@ -52,16 +64,11 @@ private slots:
 
     void overrides_data()
     {
-        QTest::addColumn<QByteArray>("file");
+        QTest::addColumn<QByteArray>("file"); // null: no file at all
         QTest::addColumn<QString>("key");
         QTest::addColumn<QString>("expected"); // null: the default
         QTest::addColumn<int>("problems");
-        const QByteArray base = json({{u"base"_s, simulator}});
-        QTest::newRow("base, feed") << base << u"feed.google_fed"_s
-            << simulator + "/rss/search?q=federal%20reserve%20rate%20decision&hl=en-US&gl=US&ceid=US:en"_L1 << 0;
-        QTest::newRow("base, backend") << base << u"backend"_s << simulator + "/_functions"_L1 << 0;
-        QTest::newRow("base, update") << base << u"update.dev"_s << simulator + "/_functions-dev/appVersion"_L1 << 0;
-        QTest::newRow("base, rates") << base << u"price.frankfurter"_s << simulator + "/latest?from=USD"_L1 << 0;
+        QTest::newRow("no file") << QByteArray() << u"backend"_s << QString() << 1;
         const QByteArray both = json({{u"base"_s, simulator}, {u"feed.boj"_s, u"https://example.org/boj.xml"_s}});
         QTest::newRow("key beats base") << both << u"feed.boj"_s << u"https://example.org/boj.xml"_s << 0;
         QTest::newRow("others re-rooted") << both << u"feed.cnbc"_s << simulator + "/id/10000664/device/rss/rss.html"_L1 << 0;
@@ -72,7 +79,7 @@ private slots:
         QTest::newRow("bad base") << json({{u"base"_s, u"nowhere"_s}}) << u"backend"_s << QString() << 1;
         QTest::newRow("bad and good key") << json({{u"feed.boj"_s, u"x"_s}, {u"feed.cnbc"_s, u"https://c.example/r"_s}})
                                           << u"feed.cnbc"_s << u"https://c.example/r"_s << 1;
-        QTest::newRow("not JSON") << base.chopped(1) << u"backend"_s << QString() << 1;
+        QTest::newRow("not JSON") << json({{u"base"_s, simulator}}).chopped(1) << u"backend"_s << QString() << 1;
         QTest::newRow("JSON array") << "[1]"_ba << u"backend"_s << QString() << 1;
     }
     void overrides()
@@ -83,35 +90,12 @@ private slots:
         QFETCH(int, problems);
         QTemporaryFile saved;
         QVERIFY(saved.open() && saved.write(file) == file.size() && saved.flush());
+        const QString path = file.isNull() ? u"/nonexistent/endpoints.json"_s : saved.fileName();
         QStringList foundInFile, foundInText;
-        QCOMPARE(Endpoints::fromFile(saved.fileName(), &foundInFile).url(key), expected.isNull() ? defaultUrl(key) : expected);
+        QCOMPARE(Endpoints::fromFile(path, &foundInFile).url(key), expected.isNull() ? defaultUrl(key) : expected);
         QCOMPARE(Endpoints::fromJson(file, &foundInText).url(key), expected.isNull() ? defaultUrl(key) : expected);
         QCOMPARE(foundInFile.size(), problems);
         QCOMPARE(foundInText.size(), problems);
-    }
-
-    void missingFileIsReported()
-    {
-        QStringList problems;
-        QCOMPARE(Endpoints::fromFile(u"/nonexistent/endpoints.json"_s, &problems).url(u"backend"_s), defaultUrl(u"backend"_s));
-        QCOMPARE(problems.size(), 1);
-    }
-
-    void baseReRootsEveryAddress()
-    {
-        QStringList problems;
-        const Endpoints endpoints = Endpoints::fromJson(json({{u"base"_s, simulator}}), &problems);
-        QVERIFY(problems.isEmpty());
-        for (const Endpoints::Entry &entry : Endpoints::defaults()) {
-            const QUrl original(entry.url), moved(endpoints.url(entry.key));
-            QCOMPARE(moved.adjusted(QUrl::RemovePath | QUrl::RemoveQuery).toString(), simulator);
-            QCOMPARE(moved.path() + u'?' + moved.query(), original.path() + u'?' + original.query());
-        }
-        // The simulator serves every feed from that one origin: no two may collapse into one address.
-        QSet<QString> feeds;
-        for (int i = 0; i < 22; ++i)
-            feeds << endpoints.url(Endpoints::feedKey(i));
-        QCOMPARE(feeds.size(), 22);
     }
 };
 

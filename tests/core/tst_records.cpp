@@ -7,22 +7,11 @@ using namespace kalvo;
 
 namespace {
 
-NewsAnalysis analysisWith(void (*change)(NewsAnalysis &))
-{
-    NewsAnalysis analysis;
-    change(analysis);
-    return analysis;
-}
-
-NewsAnalysis fullAnalysis()
-{
-    return analysisWith([](NewsAnalysis &a) {
-        a = {false, 8.5, u"now"_s, u"Fed signals cut"_s, u"Dovish"_s, {{u"EUR/USD"_s, u"bullish"_s}, {u"USD/JPY"_s, u"bearish"_s}},
-             u"central_bank"_s, {u"rates"_s, u"inflation"_s}, u"S"_s, u"M"_s, {u"hawkish surprise"_s}, u"NFP"_s,
-             TradeStrategy{u"long"_s, u"1.0850"_s, u"1.0800"_s, u"1.0950"_s},
-             {{u"EUR/USD"_s, PairDetail{u"up"_s, u"weaker USD"_s, u"40-60"_s, 72}}}};
-    });
-}
+const NewsAnalysis fullAnalysis{
+    false, 8.5, u"now"_s, u"Fed signals cut"_s, u"Dovish"_s, {{u"EUR/USD"_s, u"bullish"_s}, {u"USD/JPY"_s, u"bearish"_s}},
+    u"central_bank"_s, {u"rates"_s, u"inflation"_s}, u"S"_s, u"M"_s, {u"hawkish surprise"_s}, u"NFP"_s,
+    TradeStrategy{u"long"_s, u"1.0850"_s, u"1.0800"_s, u"1.0950"_s},
+    {{u"EUR/USD"_s, PairDetail{u"up"_s, u"weaker USD"_s, u"40-60"_s, 72}}}};
 
 const QJsonObject newsObject{{"id"_L1, "n1"_L1}, {"title"_L1, "T"_L1}, {"source"_L1, "S"_L1}, {"url"_L1, "https://x/1"_L1},
                              {"published"_L1, "2024-05-03T14:20:00Z"_L1}, {"content"_L1, "C"_L1}, {"hash"_L1, "h1"_L1},
@@ -44,31 +33,26 @@ private slots:
     {
         QTest::addColumn<QByteArray>("json");
         QTest::addColumn<NewsAnalysis>("expected");
-        QTest::newRow("empty") << "{}"_ba << NewsAnalysis();
-        QTest::newRow("only relevant") << R"({"relevant":false})"_ba << analysisWith([](auto &a) { a.relevant = false; });
-        QTest::newRow("nulls") << R"({"relevant":null,"score":null,"urgency":null,"headline":null,"pairs":null,
-            "factors":null,"strategy":null,"pairDetails":null})"_ba << NewsAnalysis();
         QTest::newRow("wrong types") << R"({"relevant":"false","score":"7","urgency":3,"headline":[],"analysis":{},
             "pairs":[],"category":1,"factors":"x","summary":true,"macro":2,"risks":{},"watch_next":0,"strategy":"long",
             "pairDetails":[]})"_ba << NewsAnalysis();
+        // One malformed member falls back alone; its neighbour is still read.
         QTest::newRow("score as text") << R"({"score":"7","urgency":"now","relevant":false})"_ba
-                                       << analysisWith([](auto &a) { a.urgency = u"now"_s; a.relevant = false; });
+                                       << NewsAnalysis{.relevant = false, .urgency = u"now"_s};
         QTest::newRow("pairs with a number") << R"({"pairs":{"EUR/USD":"bullish","USD/JPY":1},"category":"cb"})"_ba
-                                             << analysisWith([](auto &a) { a.category = u"cb"_s; });
+                                             << NewsAnalysis{.category = u"cb"_s};
         QTest::newRow("factors with a number") << R"({"factors":["a",2],"risks":["r"]})"_ba
-                                               << analysisWith([](auto &a) { a.risks = {u"r"_s}; });
+                                               << NewsAnalysis{.risks = {u"r"_s}};
         QTest::newRow("strategy without target") << R"({"strategy":{"bias":"long","entry":"1","stop":"0"},"summary":"S"})"_ba
-                                                 << analysisWith([](auto &a) { a.summary = u"S"_s; });
+                                                 << NewsAnalysis{.summary = u"S"_s};
         QTest::newRow("pair details per field")
             << R"({"pairDetails":{"EUR/USD":{"direction":"up","reasoning":"r","move_pips":"30","probability":72},
                   "GBP/USD":{"probability":72.5,"direction":5,"reasoning":"g"},"USD/JPY":{"probability":"72"}}})"_ba
-            << analysisWith([](auto &a) {
-                   a.pairDetails = {{u"EUR/USD"_s, {u"up"_s, u"r"_s, u"30"_s, 72}}, {u"GBP/USD"_s, {{}, u"g"_s, {}, 0}},
-                                    {u"USD/JPY"_s, {}}};
-               });
+            << NewsAnalysis{.pairDetails = {{u"EUR/USD"_s, {u"up"_s, u"r"_s, u"30"_s, 72}},
+                                            {u"GBP/USD"_s, {{}, u"g"_s, {}, 0}}, {u"USD/JPY"_s, {}}}};
         QTest::newRow("pair detail not an object") << R"({"pairDetails":{"EUR/USD":{"probability":72},"GBP/USD":"up"},
-            "macro":"m"})"_ba << analysisWith([](auto &a) { a.macro = u"m"_s; });
-        QTest::newRow("complete") << compactJson(fullAnalysis().toJson()) << fullAnalysis();
+            "macro":"m"})"_ba << NewsAnalysis{.macro = u"m"_s};
+        QTest::newRow("complete") << compactJson(fullAnalysis.toJson()) << fullAnalysis;
     }
     void analysisDecodesFieldByField()
     {
@@ -162,16 +146,14 @@ private slots:
         QTest::addColumn<QString>("time");
         QTest::addColumn<QDateTime>("expected"); // invalid: no date
         QTest::addColumn<bool>("allDay");
-        QTest::newRow("date only") << u"2025-03-07"_s << test::utc(2025, 3, 7) << false;
+        QTest::newRow("date only, blanks around") << u" 2025-03-07 "_s << test::utc(2025, 3, 7) << false;
         QTest::newRow("offset") << u"2025-03-07T14:30:00-05:00"_s << test::utc(2025, 3, 7, 19, 30) << false;
         QTest::newRow("fraction") << u"2025-03-07T14:30:00.250Z"_s << test::utc(2025, 3, 7, 14, 30).addMSecs(250) << false;
         // The suite runs with TZ=Europe/Berlin: CET in March, CEST in July.
         QTest::newRow("device zone") << u"2025-03-07 14:30:00"_s << test::utc(2025, 3, 7, 13, 30) << false;
         QTest::newRow("device zone, summer") << u"2025-07-07 14:30:00"_s << test::utc(2025, 7, 7, 12, 30) << false;
-        QTest::newRow("blanks") << u"  "_s << QDateTime() << false;
         QTest::newRow("all day") << u"All Day"_s << QDateTime() << true;
         QTest::newRow("ganztägig") << u"Ganztägig"_s << QDateTime() << true;
-        QTest::newRow("garbage") << u"soon"_s << QDateTime() << false;
         QTest::newRow("trailing garbage") << u"2025-03-07x"_s << QDateTime() << false;
         QTest::newRow("no such day") << u"2025-02-30"_s << QDateTime() << false;
     }
@@ -192,12 +174,11 @@ private slots:
         QTest::addColumn<QString>("pair");
         QTest::addColumn<double>("price");
         QTest::addColumn<QString>("formatted"); // null: not checked
-        QTest::addColumn<QString>("symbol");    // null: no chart symbol, "*": not checked
+        QTest::addColumn<QString>("symbol");    // null: no chart symbol
         QTest::newRow("EUR/USD") << u"EUR/USD"_s << 1.08551234 << u"1.08551"_s << u"EURUSD=X"_s;
-        QTest::newRow("US10Y") << u"US10Y"_s << 4.2551 << u"4.255%"_s << u"*"_s;
-        QTest::newRow("DXY") << u"DXY"_s << 104.5 << u"104.500"_s << u"*"_s;
-        QTest::newRow("XAU/USD") << u"XAU/USD"_s << 2345.678 << u"2345.68"_s << u"*"_s;
-        QTest::newRow("USD/JPY") << u"USD/JPY"_s << 151.2 << u"151.200"_s << u"USDJPY=X"_s;
+        QTest::newRow("US10Y") << u"US10Y"_s << 4.2551 << u"4.255%"_s << u"^TNX"_s;
+        QTest::newRow("DXY") << u"DXY"_s << 104.5 << u"104.500"_s << u"DX-Y.NYB"_s;
+        QTest::newRow("XAU/USD") << u"XAU/USD"_s << 2345.678 << u"2345.68"_s << u"GC=F"_s;
         QTest::newRow("CAD/JPY") << u"CAD/JPY"_s << 0. << QString() << u"CADJPY=X"_s;
         QTest::newRow("^GDAXI") << u"^GDAXI"_s << 0. << QString() << u"^GDAXI"_s;
         QTest::newRow("BTC-USD") << u"BTC-USD"_s << 0. << QString() << u"BTC-USD"_s;
@@ -213,8 +194,6 @@ private slots:
         if (!formatted.isNull())
             QCOMPARE(formatPrice(price, pair), formatted);
         const std::optional<QString> found = yahooSymbol(pair);
-        if (symbol == "*"_L1)
-            return;
         QCOMPARE(found.has_value(), !symbol.isNull());
         QCOMPARE(found.value_or(QString()), symbol);
     }

@@ -17,14 +17,6 @@ QStringList describe(const QList<RSSEntry> &entries)
     return lines;
 }
 
-QStringList titles(const QList<RSSEntry> &entries)
-{
-    QStringList result;
-    for (const RSSEntry &entry : entries)
-        result << entry.title;
-    return result;
-}
-
 QByteArray rss(const QByteArray &items)
 {
     return "<?xml version=\"1.0\" encoding=\"UTF-8\"?><rss version=\"2.0\"><channel><title>Channel</title>"
@@ -45,21 +37,6 @@ QDateTime local(int hour, int minute)
 QDateTime utcMs(int hour, int minute, int second, int ms)
 {
     return QDateTime(QDate(2024, 5, 3), QTime(hour, minute, second, ms), QTimeZone::utc());
-}
-
-// A feed of ordinary items, at least `bytes` long.
-QByteArray bigFeed(qsizetype bytes)
-{
-    QByteArray body;
-    body.reserve(bytes + 1000);
-    for (int i = 0; body.size() < bytes; ++i) {
-        body += "<item><title>EUR/USD climbs to 1.08" + QByteArray::number(i % 100) + " as the dollar softens</title>"
-                "<link>https://example.com/n/" + QByteArray::number(i) + "</link>"
-                "<description>&lt;p&gt;The pair trades near its weekly high in the European session. Resistance "
-                "is seen at 1.0900, support at 1.0800; traders await US data.&lt;/p&gt;</description>"
-                "<pubDate>Fri, 03 May 2024 14:20:00 +0000</pubDate></item>\n";
-    }
-    return rss(body);
 }
 
 } // namespace
@@ -103,9 +80,6 @@ private slots:
             << QStringList{u"T |  |  | none"_s};
         QTest::newRow("escaped empty tag empties an earlier title")
             << rss("<item><title>First</title><title>&lt;b&gt;&lt;/b&gt;</title></item>") << QStringList{};
-        QTest::newRow("white space in titles is folded")
-            << rss("<item><title>\n  Fed   holds\t rates \n</title></item>")
-            << QStringList{u"Fed holds rates |  |  | none"_s};
         QTest::newRow("text before a child element is lost")
             << rss("<item><title>T</title><description>Lead <b>bold</b> tail</description></item>")
             << QStringList{u"T |  | tail | none"_s};
@@ -115,47 +89,23 @@ private slots:
         QTest::newRow("element names compared without case")
             << rss("<ITEM><Title>Up</Title><LINK>/u</LINK><PubDate>Fri, 03 May 2024 14:20:00 GMT</PubDate></ITEM>")
             << QStringList{u"Up | /u |  | 2024-05-03T14:20:00.000Z"_s};
-        QTest::newRow("rss 1.0 / rdf with dc:date")
-            << QByteArray("<rdf:RDF xmlns:rdf=\"http://www.w3.org/1999/02/22-rdf-syntax-ns#\" "
-                          "xmlns=\"http://purl.org/rss/1.0/\" xmlns:dc=\"http://purl.org/dc/elements/1.1/\">"
-                          "<channel rdf:about=\"https://boj.test/rss\"><title>BoJ</title><link>https://boj.test/</link>"
-                          "<items><rdf:Seq><rdf:li rdf:resource=\"https://boj.test/r/1\"/></rdf:Seq></items></channel>"
-                          "<item rdf:about=\"https://boj.test/r/1\"><title>Statement on Monetary Policy</title>"
-                          "<link>https://boj.test/r/1</link><description>Policy rate unchanged.</description>"
-                          "<dc:date>2024-05-03T23:20:00+09:00</dc:date></item></rdf:RDF>")
-            << QStringList{u"Statement on Monetary Policy | https://boj.test/r/1 | Policy rate unchanged. | "
-                           "2024-05-03T14:20:00.000Z"_s};
         QTest::newRow("a new item start discards the unfinished one")
             << rss("<item><title>A</title><item><title>B</title></item>") << QStringList{u"B |  |  | none"_s};
+        // Bad input ends the document; what came before stays.
+        const QByteArray one = "<item><title>One</title></item>";
+        const QStringList onlyOne{u"One |  |  | none"_s};
+        QTest::newRow("cut off mid-item") << QByteArray("<rss><channel>" + one + "<item><title>Two</title><li") << onlyOne;
+        QTest::newRow("mismatched tag after the first item")
+            << QByteArray("<rss><channel>" + one + "<item><title>Two</tit></item></channel></rss>") << onlyOne;
+        QTest::newRow("undeclared HTML entity") << rss(one + "<item><title>A&nbsp;B</title></item>") << onlyOne;
+        QTest::newRow("empty body") << QByteArray() << QStringList{};
+        QTest::newRow("binary garbage") << QByteArray("\x00\xff\xfe<<\x01garbage\x80", 16) << QStringList{};
     }
     void entriesFromDocuments()
     {
         QFETCH(QByteArray, document);
         QFETCH(QStringList, expected);
         QCOMPARE(describe(RSSParser::parse(document)), expected);
-    }
-
-    void badInputEndsSafely_data()
-    {
-        QTest::addColumn<QByteArray>("document");
-        QTest::addColumn<QStringList>("expectedTitles");
-
-        const QByteArray one = "<item><title>One</title></item>";
-        QTest::newRow("cut off mid-item")
-            << QByteArray("<rss><channel>" + one + "<item><title>Two</title><li") << QStringList{u"One"_s};
-        QTest::newRow("mismatched tag after the first item")
-            << QByteArray("<rss><channel>" + one + "<item><title>Two</tit></item></channel></rss>")
-            << QStringList{u"One"_s};
-        QTest::newRow("undeclared HTML entity")
-            << rss(one + "<item><title>A&nbsp;B</title></item>") << QStringList{u"One"_s};
-        QTest::newRow("empty body") << QByteArray() << QStringList{};
-        QTest::newRow("binary garbage") << QByteArray("\x00\xff\xfe<<\x01garbage\x80", 16) << QStringList{};
-    }
-    void badInputEndsSafely()
-    {
-        QFETCH(QByteArray, document);
-        QFETCH(QStringList, expectedTitles);
-        QCOMPARE(titles(RSSParser::parse(document)), expectedTitles);
     }
 
     // The reader does expand entities declared in an internal DTD, but one
@@ -183,7 +133,12 @@ private slots:
     // A feed far beyond real sizes is still read completely, in linear time.
     void twentyMegabyteFeed()
     {
-        const QByteArray feed = bigFeed(20'000'000);
+        const QByteArray item = "<item><title>EUR/USD climbs to 1.0850 as the dollar softens</title>"
+                                "<link>https://example.com/n/1</link><description>&lt;p&gt;The pair trades near its "
+                                "weekly high in the European session. Resistance is seen at 1.0900, support at 1.0800; "
+                                "traders await US data.&lt;/p&gt;</description>"
+                                "<pubDate>Fri, 03 May 2024 14:20:00 +0000</pubDate></item>\n";
+        const QByteArray feed = rss(item.repeated(20'000'000 / item.size() + 1));
         const QList<RSSEntry> entries = RSSParser::parse(feed);
         QCOMPARE(entries.size(), feed.count("<item>"));
         QCOMPARE(entries.last().description.size(), 133);
@@ -224,7 +179,6 @@ private slots:
         // The fixed patterns, in table order.
         QTest::newRow("1: numeric offset") << u"Fri, 03 May 2024 16:20:00 +0200"_s << at1420;
         QTest::newRow("2: GMT") << u"Fri, 03 May 2024 14:20:00 GMT"_s << at1420;
-        QTest::newRow("2: EST") << u"Fri, 03 May 2024 09:20:00 EST"_s << at1420;
         QTest::newRow("3: two blanks, offset") << u"Fri,  3 May 2024 14:20:00 +0000"_s << at1420;
         QTest::newRow("5: no weekday, offset") << u"03 May 2024 14:20:00 +0000"_s << at1420;
         QTest::newRow("7: no seconds, offset") << u"Fri, 03 May 2024 14:20 +0000"_s << at1420;
