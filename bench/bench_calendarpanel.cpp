@@ -4,8 +4,8 @@
 // result with the scanner shown. Offscreen; run it on a quiet machine.
 
 #include "BenchWindow.h"
-#include "app/DemoCalendar.h"
-#include "app/DemoNews.h"
+#include "screens/DemoCalendar.h"
+#include "screens/DemoNews.h"
 
 #include <QtQml/qqmlextensionplugin.h>
 

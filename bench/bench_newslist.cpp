@@ -5,7 +5,7 @@
 // process with the window up. Offscreen; run it on a quiet machine.
 
 #include "BenchWindow.h"
-#include "app/DemoNews.h"
+#include "screens/DemoNews.h"
 
 #include <QFile>
 #include <QtQml/qqmlextensionplugin.h>

@@ -16,4 +16,4 @@ if [ "$build" = build ]; then
 fi
 cmake --build "$build" --target kalvo-screens >/dev/null
 mkdir -p "$out"
-QT_QPA_PLATFORM=offscreen TZ=Europe/Berlin "$build/src/kalvo-screens" "$out" "$@"
+QT_QPA_PLATFORM=offscreen TZ=Europe/Berlin "$build/src/screens/kalvo-screens" "$out" "$@"

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "AppState.h"
+#include "app/AppState.h"
 
 #include <QPointer>
 
