@@ -4,6 +4,7 @@
 // with a hand-driven clock, offscreen. Include once per test executable: it
 // imports the module's static plugin.
 
+#include "UiSupport.h"
 #include "app/AppState.h"
 #include "core/Clock.h"
 #include "core/Endpoints.h"
@@ -16,19 +17,16 @@
 #include <QtQuickTest/quicktest.h>
 #include <QtQml/qqmlextensionplugin.h>
 
-#include <memory>
-
 Q_IMPORT_QML_PLUGIN(KalvoPlugin)
 
 namespace test {
-
-using namespace Qt::StringLiterals;
 
 class WindowHarness
 {
 public:
     explicit WindowHarness(const QDateTime &now) : clock(now), state(clock)
     {
+        useTemporaryDataDir();
         state.setSoundPlayer([](const QString &) {});
         // Nothing listens there, so no service ever reaches the network.
         state.setEndpoints(kalvo::Endpoints::fromJson(
@@ -36,7 +34,6 @@ public:
     }
 
     // Loads the window and waits until the start-up it asks for has run.
-    // KALVO_DATA_DIR must point at a temporary folder.
     bool load()
     {
         QSignalSpy started(&state, &kalvo::AppState::started);
@@ -109,6 +106,16 @@ public:
     {
         const QQuickItem *found = item(objectName, root);
         return found && shown(found);
+    }
+
+    // Every item exists and each starts below the one before it.
+    static bool topToBottom(const QList<QQuickItem *> &items)
+    {
+        for (qsizetype i = 0; i < items.size(); ++i) {
+            if (!items[i] || (i > 0 && items[i - 1]->mapToScene({0, 0}).y() >= items[i]->mapToScene({0, 0}).y()))
+                return false;
+        }
+        return true;
     }
 
     QPoint centreOf(const QQuickItem *item) const

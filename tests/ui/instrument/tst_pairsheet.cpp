@@ -1,30 +1,18 @@
 #include "../WindowHarness.h"
 
-#include "../../TestSupport.h"
 #include "../../ai/ScriptedBackend.h"
 #include "ui/instrument/InstrumentAnalysisRequest.h"
 #include "ui/controls/Theme.h"
 
-#include <QTemporaryDir>
-
 using namespace kalvo;
-using namespace std::chrono_literals;
 
 namespace {
 
 const QDateTime wednesday = test::utc(2025, 3, 5, 13, 7); // markets open
 
-using D = PriceData::Direction;
-
-PriceData quote(double changePct, const QDateTime &at, const QString &pair = u"EUR/USD"_s)
-{
-    return PriceData{pair, pair, 1.084213, 0, changePct, changePct < 0 ? D::Down : D::Up, at};
-}
-
 NewsItem headline(const QString &id, const QString &title, int secondsAgo)
 {
-    NewsItem item = test::newsItem(1, wednesday.addSecs(-secondsAgo));
-    item.id = item.hash = id;
+    NewsItem item = test::headline(id, wednesday.addSecs(-secondsAgo));
     item.title = title;
     return item;
 }
@@ -35,9 +23,6 @@ class TestPairSheet : public QObject
 {
     Q_OBJECT
 
-    QTemporaryDir m_dataDir;
-
-    static QQuickItem *row(const test::WindowHarness &h, const QString &pair) { return h.item(u"priceRow:"_s + pair); }
     static bool sheetOpen(const test::WindowHarness &h, const QString &name)
     {
         QObject *sheet = h.object(name);
@@ -47,49 +32,15 @@ class TestPairSheet : public QObject
     {
         return qobject_cast<InstrumentAnalysisRequest *>(h.object(u"instrumentAnalysis"_s));
     }
-    static bool openPairSheet(test::WindowHarness &h, const QString &pair)
-    {
-        h.state.setSelectedPair(pair);
-        return QTest::qWaitFor([&] { return sheetOpen(h, u"pairSheet"_s); });
-    }
 
 private slots:
-    void initTestCase() { qputenv("KALVO_DATA_DIR", m_dataDir.path().toUtf8()); }
-
-    void anotherInstrumentGetsAFreshSheet()
+    // The sheet from a tap on a row to its close button, by way of another instrument.
+    void fromATapToTheClose()
     {
         test::WindowHarness h(wednesday);
         QVERIFY(h.load());
-        QVERIFY(openPairSheet(h, u"EUR/USD"_s));
-        InstrumentAnalysis result;
-        result.macroDrivers = {u"BoE"_s};
-        request(h)->deliver(result);
-        QTRY_VERIFY(sheetOpen(h, u"analysisSheet"_s));
-        QVERIFY(h.shows(u"macroDrivers"_s) && !h.shows(u"catalysts"_s)); // an empty list leaves its section out
-
-        h.state.setSelectedPair(u"GBP/USD"_s);
-        QTRY_COMPARE(h.text(u"pairTitle"_s), u"GBP/USD"_s);
-        const auto requests = h.window->findChildren<InstrumentAnalysisRequest *>();
-        const auto fresh = std::find_if(requests.begin(), requests.end(), [](InstrumentAnalysisRequest *r) {
-            return r->property("pair").toString() == u"GBP/USD"_s;
-        });
-        QVERIFY(fresh != requests.end());
-        QVERIFY(!(*fresh)->hasResult());
-        // The old sheet's analysis went with it.
-        const auto anAnalysisIsOpen = [&] {
-            const auto sheets = h.window->findChildren<QObject *>(u"analysisSheet"_s);
-            return std::any_of(sheets.begin(), sheets.end(), [](QObject *s) { return s->property("opened").toBool(); });
-        };
-        QTRY_VERIFY(!anAnalysisIsOpen());
-        QVERIFY(sheetOpen(h, u"pairSheet"_s));
-    }
-
-    void aTapOpensThePairSheetAndCloseClearsIt()
-    {
-        test::WindowHarness h(wednesday);
-        QVERIFY(h.load());
-        h.state.onPrices({{u"EUR/USD"_s, quote(-0.2, wednesday.addSecs(-150))}});
-        QVERIFY(h.click(row(h, u"EUR/USD"_s)));
+        h.state.onPrices({{u"EUR/USD"_s, test::quote(u"EUR/USD"_s, 1.084213, -0.2, wednesday.addSecs(-150))}});
+        QVERIFY(h.click(h.item(u"priceRow:EUR/USD"_s)));
         QTRY_VERIFY(sheetOpen(h, u"pairSheet"_s));
         QCOMPARE(h.color(u"pairPrice"_s), Theme::red());
         QCOMPARE(h.color(u"pairChange"_s), Theme::red());
@@ -100,62 +51,63 @@ private slots:
             boxes << h.text(u"statLabel"_s, box) + u'=' + h.text(u"statValue"_s, box);
         }
         QCOMPARE(boxes, (QStringList{u"KURS=1.08421"_s, u"Δ=-0.200%"_s, u"RICHTUNG=down"_s, u"LAST UPD=vor 2 min"_s}));
-        QVERIFY(h.click(h.item(u"pairClose"_s)));
-        QTRY_VERIFY(!sheetOpen(h, u"pairSheet"_s));
-        QCOMPARE(h.state.selectedPair(), QString());
-    }
 
-    // Which news and cards belong to an instrument is the presentation's rule; here: the sheet shows them.
-    void relatedNewsAndCardsInTheSheet_data()
-    {
-        QTest::addColumn<QString>("pair");
-        QTest::addColumn<QStringList>("related"); // id=age, top to bottom
-        QTest::newRow("in list order") << u"EUR/USD"_s << QStringList{u"usd0=jetzt"_s, u"usd1=vor 1 min"_s};
-        QTest::newRow("none, and no currency cards") << u"US10Y"_s << QStringList{};
-    }
-    void relatedNewsAndCardsInTheSheet()
-    {
-        QFETCH(QString, pair);
-        QFETCH(QStringList, related);
-        test::WindowHarness h(wednesday);
-        QVERIFY(h.load());
-        h.state.onNewsItem(headline(u"usd0"_s, u"Dollar news, USD #0"_s, 29));
-        h.state.onNewsItem(headline(u"usd1"_s, u"Dollar news, USD #1"_s, 90));
-        h.state.onNewsItem(headline(u"yen"_s, u"Yen firms (JPY)"_s, 90));
-        QVERIFY(openPairSheet(h, pair));
-        QStringList seen;
-        QList<qreal> ys;
-        for (const QString &id : {u"usd0"_s, u"usd1"_s, u"yen"_s}) {
-            QQuickItem *compact = h.item(u"relatedNews:"_s + id);
-            if (!compact || !test::WindowHarness::shown(compact))
-                continue;
-            seen << id + u'=' + h.text(u"relatedAge"_s, compact);
-            ys << compact->mapToScene({0, 0}).y();
-        }
-        QVERIFY(std::is_sorted(ys.begin(), ys.end()));
-        QCOMPARE(seen, related);
-        QCOMPARE(h.shows(u"noRelatedNews"_s), related.isEmpty());
-        if (related.isEmpty())
-            QCOMPARE(h.text(u"noRelatedNewsText"_s), u"Keine aktuellen News für "_s + pair);
-        QCOMPARE(h.shows(u"currencyCard:USD"_s), !related.isEmpty());
-        if (!related.isEmpty())
-            QCOMPARE(h.text(u"currencyName"_s, h.item(u"currencyCard:EUR"_s)), u"Euro"_s);
-    }
-
-    void analysisWithoutAnswerGoesBackToTheButton()
-    {
-        test::WindowHarness h(wednesday);
-        QVERIFY(h.load());
-        QVERIFY(openPairSheet(h, u"EUR/USD"_s));
+        // The backend is unreachable: the request runs, fails and leaves the sheet as it was.
         InstrumentAnalysisRequest *analysis = request(h);
         QVERIFY(analysis);
         QList<bool> busy;
         connect(analysis, &InstrumentAnalysisRequest::busyChanged, [&] { busy << analysis->busy(); });
-        // The backend is unreachable: the request runs, fails and leaves the sheet as it was.
         QVERIFY(h.click(h.item(u"analysisButton"_s)));
         QTRY_COMPARE(busy, (QList<bool>{true, false}));
         QVERIFY(!sheetOpen(h, u"analysisSheet"_s));
         QVERIFY(h.shows(u"analysisLabel"_s) && !h.shows(u"analysisSpinner"_s));
+
+        // The open sheet follows the headlines. Which news and cards belong to an instrument is the
+        // presentation's rule; here: the sheet shows them.
+        h.state.onNewsItem(headline(u"usd0"_s, u"Dollar news, USD #0"_s, 29));
+        h.state.onNewsItem(headline(u"usd1"_s, u"Dollar news, USD #1"_s, 90));
+        h.state.onNewsItem(headline(u"yen"_s, u"Yen firms (JPY)"_s, 90));
+        QStringList related;
+        QList<QQuickItem *> compacts;
+        for (const QString &id : {u"usd0"_s, u"usd1"_s, u"yen"_s}) {
+            QQuickItem *compact = h.item(u"relatedNews:"_s + id);
+            if (compact && test::WindowHarness::shown(compact)) {
+                related << id + u'=' + h.text(u"relatedAge"_s, compact);
+                compacts << compact;
+            }
+        }
+        QCOMPARE(related, (QStringList{u"usd0=jetzt"_s, u"usd1=vor 1 min"_s}));
+        QVERIFY(test::WindowHarness::topToBottom(compacts));
+        QVERIFY(!h.shows(u"noRelatedNews"_s) && h.shows(u"currencyCard:USD"_s));
+        QCOMPARE(h.text(u"currencyName"_s, h.item(u"currencyCard:EUR"_s)), u"Euro"_s);
+
+        InstrumentAnalysis result;
+        result.macroDrivers = {u"BoE"_s};
+        analysis->deliver(result);
+        QTRY_VERIFY(sheetOpen(h, u"analysisSheet"_s));
+        QVERIFY(h.shows(u"macroDrivers"_s) && !h.shows(u"catalysts"_s)); // an empty list leaves its section out
+
+        // Another instrument gets a fresh sheet; the old sheet's analysis goes with it.
+        h.state.setSelectedPair(u"US10Y"_s);
+        QTRY_COMPARE(h.text(u"pairTitle"_s), u"US10Y"_s);
+        const auto requests = h.window->findChildren<InstrumentAnalysisRequest *>();
+        const auto fresh = std::find_if(requests.begin(), requests.end(), [](InstrumentAnalysisRequest *r) {
+            return r->property("pair").toString() == u"US10Y"_s;
+        });
+        QVERIFY(fresh != requests.end());
+        QVERIFY(!(*fresh)->hasResult());
+        const auto anAnalysisIsOpen = [&] {
+            const auto sheets = h.window->findChildren<QObject *>(u"analysisSheet"_s);
+            return std::any_of(sheets.begin(), sheets.end(), [](QObject *s) { return s->property("opened").toBool(); });
+        };
+        QTRY_VERIFY(!anAnalysisIsOpen());
+        QVERIFY(sheetOpen(h, u"pairSheet"_s));
+        QVERIFY(h.shows(u"noRelatedNews"_s) && !h.shows(u"currencyCard:USD"_s));
+        QCOMPARE(h.text(u"noRelatedNewsText"_s), u"Keine aktuellen News für US10Y"_s);
+
+        QVERIFY(h.click(h.item(u"pairClose"_s)));
+        QTRY_VERIFY(!sheetOpen(h, u"pairSheet"_s));
+        QCOMPARE(h.state.selectedPair(), QString());
     }
 
     void theAnswerOpensTheAnalysisOverTheSheet()
@@ -166,7 +118,8 @@ private slots:
         h.state.setEndpoints(Endpoints::fromJson(
             compactJson({{"base", "http://127.0.0.1:9"}, {"backend", backend.base().toString()}}), nullptr));
         QVERIFY(h.load());
-        QVERIFY(openPairSheet(h, u"EUR/USD"_s));
+        h.state.setSelectedPair(u"EUR/USD"_s);
+        QTRY_VERIFY(sheetOpen(h, u"pairSheet"_s));
         InstrumentAnalysisRequest *analysis = request(h);
         QVERIFY(analysis);
         const QJsonObject answer{

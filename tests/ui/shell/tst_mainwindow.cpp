@@ -1,9 +1,6 @@
 #include "../WindowHarness.h"
 
-#include "../../TestSupport.h"
 #include "ui/controls/Theme.h"
-
-#include <QTemporaryDir>
 
 using namespace kalvo;
 
@@ -12,28 +9,14 @@ namespace {
 // Wednesday 13:07:09 UTC, 14:07:09 in Berlin (the suites run with TZ=Europe/Berlin).
 const QDateTime wednesday(QDate(2025, 3, 5), QTime(13, 7, 9), QTimeZone::utc());
 
-NewsItem headline(const QString &id, bool analysed)
-{
-    NewsItem item = test::newsItem(1, wednesday.addSecs(-60));
-    item.id = id;
-    item.hash = id;
-    if (analysed)
-        item.analysis = NewsAnalysis{};
-    return item;
-}
-
 } // namespace
 
 class TestMainWindow : public QObject
 {
     Q_OBJECT
 
-    QTemporaryDir m_dataDir;
-
 private slots:
-    void initTestCase() { qputenv("KALVO_DATA_DIR", m_dataDir.path().toUtf8()); }
-
-    void opensDarkAtItsSizeAndStartsTheApp()
+    void fromOpeningToClosing()
     {
         test::WindowHarness h(wednesday);
         QVERIFY(h.load());
@@ -41,23 +24,12 @@ private slots:
         QCOMPARE(h.window->color(), Theme::background());
         QVERIFY(h.state.isRunning());
         // The centre takes the rest: 1400 - 280 (left) - 360 (right) - two dividers.
-        QCOMPARE(h.item(u"centerColumn"_s)->width(), 758.0);
+        QQuickItem *column = h.item(u"centerColumn"_s);
+        QCOMPARE(column->width(), 758.0);
         QCOMPARE(h.text(u"statusLine"_s), u"⚠ AI-Backend nicht erreichbar"_s);
         QVERIFY(!h.shows(u"demoBadge"_s)); // only in demo mode
-        QCOMPARE(h.text(u"newsCount"_s), u"0/0 News"_s); // analysed / all headlines
-        h.state.onNewsItem(headline(u"a"_s, true));
-        h.state.onNewsItem(headline(u"b"_s, false));
-        h.state.onNewsItem(headline(u"c"_s, true));
-        QCOMPARE(h.text(u"newsCount"_s), u"2/3 News"_s);
-        h.window->close();
-        QVERIFY(!h.state.isRunning());
-    }
 
-    // The market's labels are the market clock's; here: the bar follows it on its one-second tick.
-    void clockTicksAndBadgeFollowsTheMarket()
-    {
-        test::WindowHarness h(wednesday);
-        QVERIFY(h.load());
+        // The market's labels are the market clock's; here: the bar follows it on its one-second tick.
         // Until the first tick: no clock, and the badge of the moment the bar appeared.
         QCOMPARE(h.text(u"clockText"_s), QString());
         QObject *timer = h.object(u"clockTimer"_s);
@@ -68,6 +40,37 @@ private slots:
         QCOMPARE(h.text(u"clockText"_s), u"08.03.2025  11:00:00"_s);
         QCOMPARE(h.text(u"marketLabel"_s), u"WOCHENENDE"_s);
         QCOMPARE(h.color(u"marketDot"_s), Theme::orange());
+
+        QCOMPARE(h.text(u"newsCount"_s), u"0/0 News"_s); // analysed / all headlines
+        h.state.onNewsItem(test::headline(u"a"_s, wednesday, NewsAnalysis{}));
+        h.state.onNewsItem(test::headline(u"b"_s, wednesday));
+        h.state.onNewsItem(test::headline(u"c"_s, wednesday, NewsAnalysis{}));
+        QCOMPARE(h.text(u"newsCount"_s), u"2/3 News"_s);
+
+        // The detail exists only with a selection; news, divider, bar and detail share the column.
+        QQuickItem *newsPanel = h.item(u"newsPanel"_s);
+        QCOMPARE(newsPanel->height(), column->height());
+        h.state.selectNews(u"a"_s);
+        QCOMPARE(h.item(u"detailPanel"_s)->height(), 340.0);
+        QCOMPARE(newsPanel->height(), column->height() - 1 - 12 - 340);
+        QVERIFY(h.click(h.item(u"detailClose"_s)));
+        QCOMPARE(h.state.selectedNewsId(), QString());
+        QCOMPARE(newsPanel->height(), column->height());
+
+        QVERIFY(h.click(h.item(u"settingsButton"_s)));
+        QCOMPARE(h.state.property("showSettings").toBool(), true);
+        QCOMPARE(h.item(u"mainView"_s)->property("showSessionDialog").toBool(), false);
+        QVERIFY(h.click(h.item(u"marketBadge"_s)));
+        QCOMPARE(h.item(u"mainView"_s)->property("showSessionDialog").toBool(), true);
+        // The right column toggles between calendar and scanner.
+        QCOMPARE(h.text(u"panelToggleLabel"_s), u"SCANNER"_s);
+        QVERIFY(h.shows(u"calendarPanel"_s) && !h.shows(u"scannerPanel"_s));
+        QVERIFY(h.click(h.item(u"panelToggle"_s)));
+        QCOMPARE(h.text(u"panelToggleLabel"_s), u"KALENDER"_s);
+        QVERIFY(h.shows(u"scannerPanel"_s) && !h.shows(u"calendarPanel"_s));
+
+        h.window->close();
+        QVERIFY(!h.state.isRunning());
     }
 
     void aiButtons_data()
@@ -117,40 +120,6 @@ private slots:
         QCOMPARE(h.text(u"demoText"_s, h.item(u"demoBadge"_s)), u"DEMO"_s);
     }
 
-    void topBarControls()
-    {
-        test::WindowHarness h(wednesday);
-        QVERIFY(h.load());
-        QVERIFY(h.click(h.item(u"settingsButton"_s)));
-        QCOMPARE(h.state.property("showSettings").toBool(), true);
-        QCOMPARE(h.item(u"mainView"_s)->property("showSessionDialog").toBool(), false);
-        QVERIFY(h.click(h.item(u"marketBadge"_s)));
-        QCOMPARE(h.item(u"mainView"_s)->property("showSessionDialog").toBool(), true);
-        // The right column toggles between calendar and scanner.
-        QCOMPARE(h.text(u"panelToggleLabel"_s), u"SCANNER"_s);
-        QVERIFY(h.shows(u"calendarPanel"_s) && !h.shows(u"scannerPanel"_s));
-        QVERIFY(h.click(h.item(u"panelToggle"_s)));
-        QCOMPARE(h.text(u"panelToggleLabel"_s), u"KALENDER"_s);
-        QVERIFY(h.shows(u"scannerPanel"_s) && !h.shows(u"calendarPanel"_s));
-    }
-
-    void detailExistsOnlyWithASelection()
-    {
-        test::WindowHarness h(wednesday);
-        QVERIFY(h.load());
-        h.state.onNewsItem(headline(u"a"_s, false));
-        QQuickItem *column = h.item(u"centerColumn"_s);
-        QQuickItem *newsPanel = h.item(u"newsPanel"_s);
-        QCOMPARE(newsPanel->height(), column->height());
-        h.state.selectNews(u"a"_s);
-        QCOMPARE(h.item(u"detailPanel"_s)->height(), 340.0);
-        // News, divider, bar and detail share the column.
-        QCOMPARE(newsPanel->height(), column->height() - 1 - 12 - 340);
-        QVERIFY(h.click(h.item(u"detailClose"_s)));
-        QCOMPARE(h.state.selectedNewsId(), QString());
-        QCOMPARE(newsPanel->height(), column->height());
-    }
-
     void splitterDrag_data()
     {
         QTest::addColumn<int>("windowHeight");
@@ -169,7 +138,7 @@ private slots:
         QFETCH(double, expected);
         test::WindowHarness h(wednesday);
         QVERIFY(h.load());
-        h.state.onNewsItem(headline(u"a"_s, false));
+        h.state.onNewsItem(test::headline(u"a"_s, wednesday));
         h.state.selectNews(u"a"_s);
         h.window->resize(1400, windowHeight);
         QTRY_COMPARE(h.window->height(), windowHeight);
