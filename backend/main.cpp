@@ -57,13 +57,20 @@ int main(int argc, char *argv[])
     const QCommandLineOption rateOption(u"requests-per-minute"_s, u"Sustained requests per token and minute."_s,
                                         u"n"_s, u"60"_s);
     const QCommandLineOption burstOption(u"burst"_s, u"Requests a token may send at once."_s, u"n"_s, u"60"_s);
-    const QCommandLineOption versionOption(u"release-version"_s, u"Version announced by appVersion."_s, u"version"_s,
-                                           AppRelease::current().version);
-    const QCommandLineOption downloadOption(u"download-url"_s, u"Download address announced by appVersion."_s,
+    const QCommandLineOption versionOption(
+        u"release-version"_s, u"Version announced by appVersion (KALVO_RELEASE_VERSION; default: this build's)."_s,
+        u"version"_s);
+    const QCommandLineOption downloadOption(u"download-url"_s,
+                                            u"Download address announced by appVersion (KALVO_DOWNLOAD_URL)."_s,
                                             u"url"_s);
-    const QCommandLineOption notesOption(u"release-notes"_s, u"Release notes announced by appVersion."_s, u"text"_s);
+    const QCommandLineOption notesOption(u"release-notes"_s,
+                                         u"Release notes announced by appVersion (KALVO_RELEASE_NOTES)."_s, u"text"_s);
+    const QCommandLineOption notesFileOption(u"release-notes-file"_s,
+                                             u"Release notes from a UTF-8 text file; wins over --release-notes."_s,
+                                             u"path"_s);
     parser.addOptions({listenOption, portOption, modeOption, tokensFileOption, keysFileOption, anthropicOption,
-                       openaiOption, rateOption, burstOption, versionOption, downloadOption, notesOption});
+                       openaiOption, rateOption, burstOption, versionOption, downloadOption, notesOption,
+                       notesFileOption});
     parser.process(app);
 
     BackendOptions options;
@@ -96,7 +103,20 @@ int main(int argc, char *argv[])
     options.openaiBase = QUrl(parser.value(openaiOption));
     options.requestsPerMinute = parser.value(rateOption).toDouble();
     options.burst = parser.value(burstOption).toInt();
-    options.release = {parser.value(versionOption), parser.value(downloadOption), parser.value(notesOption)};
+    // What appVersion announces: the command line wins over the environment
+    // (a systemd EnvironmentFile), which wins over the build.
+    const auto releaseValue = [&](const QCommandLineOption &option, const QString &variable, const QString &fallback) {
+        return parser.isSet(option) ? parser.value(option) : environment.value(variable, fallback);
+    };
+    options.release = {releaseValue(versionOption, u"KALVO_RELEASE_VERSION"_s, AppRelease::current().version),
+                       releaseValue(downloadOption, u"KALVO_DOWNLOAD_URL"_s, QString()),
+                       releaseValue(notesOption, u"KALVO_RELEASE_NOTES"_s, QString())};
+    if (parser.isSet(notesFileOption)) {
+        const auto content = readFile(parser.value(notesFileOption));
+        if (!content)
+            return 2;
+        options.release.releaseNotes = QString::fromUtf8(*content).trimmed();
+    }
 
     if (options.tokens.isEmpty()) {
         fail(u"no access token: set KALVO_BACKEND_TOKENS or --tokens-file"_s);

@@ -23,7 +23,7 @@ PACKAGES=(
   # offline speech of the AI backend: German voice, MP3 encoder
   libespeak-ng-dev libmp3lame-dev espeak-ng-data
   # UI checks and screenshots
-  xvfb xauth x11-apps imagemagick
+  xvfb xauth x11-apps imagemagick xdotool
 )
 
 missing=()

@@ -5,6 +5,7 @@
 #include "audio/AlertSound.h"
 #include "core/Clock.h"
 #include "core/Paths.h"
+#include "core/SerialWorker.h"
 #include "scanner/ScannerService.h"
 #include "sources/CalendarService.h"
 #include "sources/NewsService.h"
@@ -183,11 +184,22 @@ QCoro::Task<> AppState::produceBriefing()
         if (alive.expired())
             co_return;
     }
-    m_liveBriefing = std::move(briefing);
-    emit liveBriefingChanged();
+    publishLiveBriefing(std::move(*briefing));
     setBusy(m_isLoadingBriefing, false, &AppState::isLoadingBriefingChanged);
     setStatus(m_liveBriefing->audioData ? u"✓ Live-Briefing bereit — drücke Play zum Abspielen"_s
                                         : u"✓ Live-Briefing bereit (kein Audio)"_s);
+}
+
+void AppState::publishLiveBriefing(LiveBriefing briefing)
+{
+    m_liveBriefing = std::move(briefing);
+    emit liveBriefingChanged();
+}
+
+void AppState::publishMarketOverview(MarketOverview overview)
+{
+    m_marketOverview = std::move(overview);
+    emit marketOverviewChanged();
 }
 
 void AppState::clearLiveBriefing()
@@ -217,8 +229,7 @@ QCoro::Task<> AppState::produceOverview()
     if (alive.expired())
         co_return;
     if (overview) {
-        m_marketOverview = std::move(overview);
-        emit marketOverviewChanged();
+        publishMarketOverview(std::move(*overview));
         setStatus(u"✓ Marktübersicht geladen"_s);
     } else {
         setStatus(u"⚠ Marktübersicht fehlgeschlagen"_s);
@@ -309,7 +320,7 @@ QCoro::Task<> AppState::start(std::stop_token stop)
 
 void AppState::createServices()
 {
-    m_claude = std::make_unique<ClaudeService>(QUrl(m_endpoints.url(u"backend"_s)), m_clock);
+    m_claude = std::make_unique<ClaudeService>(aiBackend(), m_clock);
     m_newsService = std::make_unique<NewsService>(m_config, m_db, m_endpoints, m_clock);
     m_priceService = std::make_unique<PriceService>(m_config, m_endpoints, m_clock);
     m_calendarService = std::make_unique<CalendarService>(m_config, m_endpoints, m_clock);
@@ -320,16 +331,79 @@ void AppState::createServices()
 QCoro::Task<> AppState::probeModel()
 {
     const std::weak_ptr<void> alive = m_lifetime;
+    const quint64 round = ++m_aiRound;
+    setAiCheck(AiCheck::Checking);
     const QString model = co_await m_claude->findWorkingModel();
-    if (alive.expired())
-        co_return;
+    if (alive.expired() || round != m_aiRound)
+        co_return; // a later probe, perhaps of a newer client, has the say
+    if (m_aiModel != model) {
+        m_aiModel = model;
+        emit aiModelChanged();
+    }
     if (model.isEmpty()) {
+        setAiCheck(AiCheck::Unreachable);
         setStatus(u"⚠ AI-Backend nicht erreichbar"_s);
         co_return;
     }
-    m_aiModel = model;
-    emit aiModelChanged();
+    setAiCheck(AiCheck::Answered);
     setStatus(u"✓ Claude bereit ("_s + shortModelName(model) + u')');
+}
+
+QUrl AppState::aiBackend() const
+{
+    return m_aiRoute.backend.isEmpty() ? QUrl(m_endpoints.url(u"backend"_s)) : m_aiRoute.backend;
+}
+
+void AppState::setAiCheck(AiCheck check)
+{
+    if (m_aiCheck == check)
+        return;
+    m_aiCheck = check;
+    emit aiLinkChanged();
+}
+
+void AppState::setAiRoute(AiRoute route)
+{
+    m_aiRoute = std::move(route);
+    m_aiSpeech = m_aiRoute.speech;
+    emit aiLinkChanged();
+}
+
+QCoro::Task<> AppState::rerouteAi()
+{
+    const std::weak_ptr<void> alive = m_lifetime;
+    if (m_aiRouter) {
+        if (!m_aiWorker)
+            m_aiWorker = std::make_unique<SerialWorker>();
+        setAiCheck(AiCheck::Checking);
+        auto choosing = m_aiWorker->run(m_aiRouter);
+        AiRoute route = co_await choosing;
+        if (alive.expired())
+            co_return;
+        setAiRoute(std::move(route));
+    }
+    if (!m_claude)
+        co_return; // not started yet: the start makes the client for this route and probes it
+    m_claude = std::make_unique<ClaudeService>(aiBackend(), m_clock);
+    emit aiAvailableChanged();
+    co_await probeModel();
+}
+
+QCoro::Task<> AppState::testAiConnection()
+{
+    const std::weak_ptr<void> alive = m_lifetime;
+    if (!m_claude)
+        co_return;
+    co_await probeModel();
+    if (alive.expired() || m_aiCheck != AiCheck::Answered)
+        co_return;
+    const quint64 round = m_aiRound;
+    // A word is enough to learn whether the backend speaks.
+    const std::optional<QByteArray> audio = co_await m_claude->synthesizeSpeech(u"Test"_s);
+    if (alive.expired() || round != m_aiRound)
+        co_return;
+    m_aiSpeech = audio.has_value();
+    emit aiLinkChanged();
 }
 
 void AppState::launchLoops(std::stop_token stop)
@@ -369,7 +443,11 @@ QCoro::Task<> AppState::sessionsLoop(std::stop_token stop)
 
 void AppState::updateSessions()
 {
-    const TradingSessions current = TradingSessions::at(m_clock.now().toLocalTime());
+    publishSessions(TradingSessions::at(m_clock.now().toLocalTime()));
+}
+
+void AppState::publishSessions(const TradingSessions &current)
+{
     if (current.active == m_sessions && current.overlap == m_sessionOverlap)
         return;
     m_sessions = current.active;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "AiRoute.h"
 #include "core/Config.h"
 #include "core/Endpoints.h"
 #include "core/MarketRecords.h"
@@ -24,6 +25,8 @@ class NewsService;
 class PriceService;
 class CalendarService;
 class ScannerService;
+class SerialWorker;
+struct TradingSessions;
 
 // The one observable object of the application. It owns the configuration,
 // the services and every list the views show, runs the periodic loops and
@@ -95,11 +98,37 @@ public:
     bool aiAvailable() const { return m_claude != nullptr; }
     ClaudeService *claudeService() const { return m_claude.get(); }
 
+    // How far the AI backend is known to answer: before the start's probe,
+    // while a probe runs, and the outcome of the last one.
+    enum class AiCheck { Pending, Checking, Answered, Unreachable };
+    // Where AI requests go. main() sets the route it chose before the start;
+    // the router decides it anew while the app runs. Without a router the
+    // route stays and rerouteAi() only probes again.
+    void setAiRoute(AiRoute route);
+    void setAiRouter(AiRouter router) { m_aiRouter = std::move(router); }
+    const AiRoute &aiRoute() const { return m_aiRoute; }
+    AiCheck aiCheck() const { return m_aiCheck; }
+    // Whether the backend speaks: known from the route or from the last
+    // connection test, else absent.
+    std::optional<bool> aiSpeech() const { return m_aiSpeech; }
+    // After the settings stored new keys or another backend: asks the router
+    // for the route, replaces the AI client with one for it and probes it as
+    // the start does. A request that was under way with the old client ends
+    // without an answer.
+    QCoro::Task<> rerouteAi();
+    // The start's probe once more and, when a model answers, one short
+    // speech request, whose outcome becomes aiSpeech().
+    QCoro::Task<> testAiConnection();
+
     const QMap<QString, PriceData> &prices() const { return m_prices; }
     const QList<CalendarEvent> &calendar() const { return m_calendar; }
     const ScannerResult &scanner() const { return m_scanner; }
     const std::optional<LiveBriefing> &liveBriefing() const { return m_liveBriefing; }
     bool hasLiveBriefing() const { return m_liveBriefing.has_value(); }
+    // What loadLiveBriefing and loadMarketOverview publish, for callers that
+    // bring their own (the screens tool, tests).
+    void publishLiveBriefing(LiveBriefing briefing);
+    void publishMarketOverview(MarketOverview overview);
     // Closing the briefing or overview sheet forgets what it showed.
     Q_INVOKABLE void clearLiveBriefing();
     Q_INVOKABLE void clearMarketOverview();
@@ -146,6 +175,8 @@ public:
     void onCalendar(const QList<CalendarEvent> &events);
 
     void updateSessions();
+    // What updateSessions publishes, from another clock than the device's.
+    void publishSessions(const TradingSessions &sessions);
     void refreshScanner();
 
     // "claude-3-5-haiku-20241022" -> "3-5-haiku1022", as the status line shows it.
@@ -180,6 +211,8 @@ signals:
     void liveBriefingChanged();
     void marketOverviewChanged();
     void selectedCalendarEventChanged();
+    // aiRoute(), aiCheck() or aiSpeech() changed.
+    void aiLinkChanged();
     // The start-up sequence has run to its end and the loops are going.
     void started();
 
@@ -190,6 +223,8 @@ private:
     void createServices();
     void launchLoops(std::stop_token stop);
     QCoro::Task<> probeModel();
+    QUrl aiBackend() const;
+    void setAiCheck(AiCheck check);
     QCoro::Task<> scoreNews(NewsItem item);
     QCoro::Task<> analyseInDepth(NewsItem item);
     QCoro::Task<> produceBriefing();
@@ -214,6 +249,12 @@ private:
     std::unique_ptr<CalendarService> m_calendarService;
     std::unique_ptr<ScannerService> m_scannerService;
     std::stop_source m_loops{std::nostopstate};
+    AiRoute m_aiRoute;
+    AiRouter m_aiRouter;
+    AiCheck m_aiCheck = AiCheck::Pending;
+    std::optional<bool> m_aiSpeech;
+    quint64 m_aiRound = 0; // the probe under way; an older one's answer is stale
+    std::unique_ptr<SerialWorker> m_aiWorker; // runs the router, one call at a time
 
     QString m_status;
     QList<NewsItem> m_news;

@@ -1,6 +1,7 @@
 #include "EmbeddedBackend.h"
 
 #include "BackendServer.h"
+#include "core/Config.h"
 
 #include <QFile>
 #include <QJsonDocument>
@@ -176,6 +177,35 @@ AiBackendChoice AiBackendChoice::make(EmbeddedBackend &embedded, const QString &
     }
     choice.kind = Kind::Embedded;
     choice.endpoints = EmbeddedBackend::withBackend(content, embedded.functionsUrl(), &choice.problems);
+    return choice;
+}
+
+AiBackendChoice AiBackendChoice::choose(EmbeddedBackend &embedded, const QString &named,
+                                        backend::BackendOptions proxy)
+{
+    embedded.stop();
+    const QString file = Endpoints::chooseFile(named);
+    const VendorKeys keys = VendorKeys::find(QProcessEnvironment::systemEnvironment(), ConfigFiles::load());
+    AiBackendChoice choice = make(embedded, file, keys, std::move(proxy));
+    choice.endpointsFile = file;
+    choice.route.namedFile = named;
+    switch (choice.kind) {
+    case Kind::Embedded:
+        choice.route.kind = AiRoute::Kind::Embedded;
+        choice.route.backend = embedded.functionsUrl();
+        choice.route.speech = !keys.openai.isEmpty();
+        break;
+    case Kind::Named:
+    case Kind::None: {
+        choice.route.kind = choice.kind == Kind::Named ? AiRoute::Kind::Shared : AiRoute::Kind::Default;
+        // The address AppState takes from the same file; its problems are
+        // AppState's to report.
+        QStringList ignored;
+        const Endpoints addresses = file.isEmpty() ? Endpoints() : Endpoints::fromFile(file, &ignored);
+        choice.route.backend = QUrl(addresses.url(u"backend"_s));
+        break;
+    }
+    }
     return choice;
 }
 

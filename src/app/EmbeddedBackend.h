@@ -1,5 +1,6 @@
 #pragma once
 
+#include "AiRoute.h"
 #include "BackendOptions.h"
 #include "core/Config.h"
 #include "core/Endpoints.h"
@@ -85,11 +86,22 @@ struct AiBackendChoice
     Kind kind = Kind::None;
     Endpoints endpoints; // the addresses to hand to AppState when Embedded
     QStringList problems; // of an endpoints file read here, for the log
+    QString endpointsFile; // the file that was read; empty for the built-in addresses
+    AiRoute route;         // what AppState is told about the choice
 
     // `proxy` carries the server settings other than mode and keys (vendor
     // addresses, limits, log sink); the keys come from `keys`.
     static AiBackendChoice make(EmbeddedBackend &embedded, const QString &endpointsFile, const VendorKeys &keys,
                                 backend::BackendOptions proxy = {});
+
+    // The choice of a start that is not the demo, made with the files and
+    // keys as they are now: the endpoints file `named` (--endpoints,
+    // KALVO_ENDPOINTS) or else the data folder's, the keys of the environment
+    // and of the configuration file. A running embedded backend is stopped
+    // first, so that the same call serves the start and every later change of
+    // keys or backend in the settings. Reads files and waits for the server's
+    // thread: once the window exists, call it off the GUI thread.
+    static AiBackendChoice choose(EmbeddedBackend &embedded, const QString &named, backend::BackendOptions proxy = {});
 };
 
 } // namespace kalvo

@@ -3,6 +3,7 @@
 #include "EmbeddedBackend.h"
 #include "StartupReport.h"
 #include "core/Clock.h"
+#include "update/UpdateService.h"
 
 #include <QCommandLineParser>
 #include <QDebug>
@@ -43,6 +44,17 @@ int main(int argc, char *argv[])
     kalvo::DemoMode demo;
     kalvo::EmbeddedBackend embeddedBackend;
     kalvo::AppState state(kalvo::Clock::system());
+    // Beside the state for the life of the process. Its check waits for the
+    // state's start-up, which reads the endpoints file the version endpoints
+    // come from; then it runs in the background.
+    kalvo::UpdateService updates(kalvo::Clock::system());
+    QObject::connect(
+        &state, &kalvo::AppState::started, &updates,
+        [&state, &updates] {
+            updates.setEndpoints(state.endpoints());
+            updates.startBackgroundCheck();
+        },
+        Qt::SingleShotConnection);
     if (parser.isSet(demoOption)) {
         if (!demo.start()) {
             qCritical("kalvo: the demo could not open a loopback port");
@@ -50,25 +62,32 @@ int main(int argc, char *argv[])
         }
         state.setEndpoints(demo.endpoints());
         state.setDemo(true);
+        state.setAiRoute({kalvo::AiRoute::Kind::Demo, {}, true, {}});
     } else {
-        const QString endpointsFile = parser.isSet(endpointsOption) ? parser.value(endpointsOption)
-                                                                    : qEnvironmentVariable("KALVO_ENDPOINTS");
-        // Two small files, read once before the window exists.
-        const kalvo::VendorKeys keys =
-            kalvo::VendorKeys::find(QProcessEnvironment::systemEnvironment(), kalvo::ConfigFiles::load());
-        const kalvo::AiBackendChoice ai = kalvo::AiBackendChoice::make(embeddedBackend, endpointsFile, keys);
-        if (ai.kind == kalvo::AiBackendChoice::Kind::Embedded) {
+        // Without a file named here, the data folder's endpoints.json is read when it exists.
+        const QString namedFile = parser.isSet(endpointsOption) ? parser.value(endpointsOption)
+                                                                : qEnvironmentVariable("KALVO_ENDPOINTS");
+        const auto choose = [&embeddedBackend, namedFile] {
+            const kalvo::AiBackendChoice ai = kalvo::AiBackendChoice::choose(embeddedBackend, namedFile);
             for (const QString &problem : ai.problems)
-                qWarning().noquote() << "[Endpoints] ✗" << endpointsFile + u':' << problem;
+                qWarning().noquote() << "[Endpoints] ✗" << ai.endpointsFile + u':' << problem;
+            return ai;
+        };
+        // Two small files, read once before the window exists.
+        const kalvo::AiBackendChoice ai = choose();
+        if (ai.kind == kalvo::AiBackendChoice::Kind::Embedded)
             state.setEndpoints(ai.endpoints);
-        } else {
-            state.setEndpointsFile(endpointsFile);
-        }
+        else
+            state.setEndpointsFile(ai.endpointsFile);
+        state.setAiRoute(ai.route);
+        // Keys or a backend saved in the settings take effect without a restart.
+        state.setAiRouter([choose] { return choose().route; });
     }
 
     QQmlApplicationEngine engine;
     engine.setInitialProperties({
         {u"appState"_s, QVariant::fromValue(&state)},
+        {u"updateService"_s, QVariant::fromValue(&updates)},
         {u"monoFamily"_s, QFontDatabase::systemFont(QFontDatabase::FixedFont).family()},
     });
     QObject::connect(&engine, &QQmlApplicationEngine::objectCreationFailed, &app,

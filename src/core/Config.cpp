@@ -123,6 +123,10 @@ std::optional<QString> save(const Config &config)
     QSaveFile file(userPath());
     if (!file.open(QIODevice::WriteOnly))
         return file.errorString();
+    // The file may hold the vendor keys: readable by its owner only, also
+    // when an older file was more open.
+    if (!file.setPermissions(QFileDevice::ReadOwner | QFileDevice::WriteOwner))
+        return file.errorString();
     file.write(QJsonDocument(config.toJson()).toJson(QJsonDocument::Compact));
     if (!file.commit())
         return file.errorString();

@@ -47,7 +47,9 @@ QString userPath();
 Config load();
 Config loadFrom(const QStringList &candidates);
 
-// Writes the user file, creating its folder. Returns an error text on failure.
+// Writes the user file, creating its folder; the file is readable and
+// writable by its owner only, as it may hold the vendor keys. Returns an
+// error text on failure (a path or a system message, never a setting).
 std::optional<QString> save(const Config &config);
 
 } // namespace ConfigFiles

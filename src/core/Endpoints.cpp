@@ -1,6 +1,11 @@
 #include "Endpoints.h"
 
+#include "Paths.h"
+
+#include <QDir>
 #include <QFile>
+#include <QFileInfo>
+#include <QSaveFile>
 #include <QJsonDocument>
 #include <QJsonObject>
 
@@ -80,6 +85,67 @@ Endpoints::Endpoints()
 QString Endpoints::url(const QString &key) const
 {
     return m_urls.value(key);
+}
+
+bool Endpoints::isUsableAddress(const QString &address)
+{
+    return isUsable(QUrl(address, QUrl::StrictMode));
+}
+
+QString Endpoints::userFilePath()
+{
+    const QString folder = dataDirectory();
+    return folder.isEmpty() ? QString() : folder + "/endpoints.json"_L1;
+}
+
+QString Endpoints::chooseFile(const QString &named)
+{
+    if (!named.isEmpty())
+        return named;
+    const QString own = userFilePath();
+    return !own.isEmpty() && QFileInfo(own).isFile() ? own : QString();
+}
+
+QString Endpoints::backendIn(const QString &path)
+{
+    QFile file(path);
+    if (path.isEmpty() || !file.open(QIODevice::ReadOnly))
+        return {};
+    return QJsonDocument::fromJson(file.readAll()).object().value("backend"_L1).toString();
+}
+
+std::optional<QString> Endpoints::storeBackend(const QString &path, const QString &address)
+{
+    if (path.isEmpty())
+        return u"Kein Datenordner bekannt"_s;
+    QJsonObject addresses;
+    QFile existing(path);
+    if (existing.exists()) {
+        if (!existing.open(QIODevice::ReadOnly))
+            return u"%1: %2"_s.arg(path, existing.errorString());
+        const QJsonDocument document = QJsonDocument::fromJson(existing.readAll());
+        // Someone's hand-written file with a typo: better untouched than lost.
+        if (!document.isObject())
+            return u"%1: kein JSON-Objekt, nicht überschrieben"_s.arg(path);
+        addresses = document.object();
+    }
+    if (address.isEmpty())
+        addresses.remove("backend"_L1);
+    else
+        addresses.insert("backend"_L1, address);
+
+    const QString folder = QFileInfo(path).absolutePath();
+    if (!QDir().mkpath(folder))
+        return u"Ordner %1 kann nicht angelegt werden"_s.arg(folder);
+    QSaveFile file(path);
+    if (!file.open(QIODevice::WriteOnly))
+        return u"%1: %2"_s.arg(path, file.errorString());
+    if (!file.setPermissions(QFileDevice::ReadOwner | QFileDevice::WriteOwner))
+        return u"%1: %2"_s.arg(path, file.errorString());
+    file.write(QJsonDocument(addresses).toJson(QJsonDocument::Indented));
+    if (!file.commit())
+        return u"%1: %2"_s.arg(path, file.errorString());
+    return std::nullopt;
 }
 
 Endpoints Endpoints::fromFile(const QString &path, QStringList *problems)

@@ -5,14 +5,19 @@
 // adding a row to `screens` below.
 
 #include "app/AppState.h"
+#include "app/TradingSessions.h"
+#include "DemoBriefing.h"
 #include "DemoCalendar.h"
 #include "DemoNews.h"
 #include "DemoQuotes.h"
 #include "ui/instrument/InstrumentAnalysisRequest.h"
+#include "ui/settings/SettingsDraft.h"
 #include "core/Clock.h"
 #include "core/Endpoints.h"
+#include "update/UpdateService.h"
 
 #include <QDir>
+#include <QElapsedTimer>
 #include <QEventLoop>
 #include <QFontDatabase>
 #include <QGuiApplication>
@@ -25,6 +30,7 @@
 #include <QTimer>
 #include <QtQml/qqmlextensionplugin.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <functional>
 
@@ -63,6 +69,61 @@ public:
         else
             std::fprintf(stderr, "kalvo-screens: no open pair sheet\n");
     }
+    // Opens the trading-sessions dialog, as the market badge does.
+    void openSessions() { setProperty(u"mainView"_s, "showSessionDialog", true); }
+    // Holds the open briefing's player at a fixed moment: its own playback
+    // stops, and the card shows `progress` of `seconds` as if it played on.
+    void pictureBriefingPlayer(bool playing, double progress, double seconds)
+    {
+        if (QObject *player = find(u"briefingPlayer"_s))
+            QMetaObject::invokeMethod(player, "stop");
+        setProperty(u"briefingPlayerCard"_s, "animated", false);
+        setProperty(u"briefingPlayerCard"_s, "playing", playing);
+        setProperty(u"briefingPlayerCard"_s, "progress", progress);
+        setProperty(u"briefingPlayerCard"_s, "duration", seconds);
+    }
+    // Shows the update alert for `release`, as a check that found it does.
+    void offerUpdate(const AppVersionInfo &release)
+    {
+        if (auto *updates = qobject_cast<UpdateService *>(m_window.property("updateService").value<QObject *>()))
+            updates->setUpdateAvailable(release);
+        else
+            std::fprintf(stderr, "kalvo-screens: no update service\n");
+    }
+    // Opens the settings sheet, as the gear does.
+    void openSettings() { m_state.setProperty("showSettings", true); }
+    // "Speichern" in the open settings sheet; returns once the files are
+    // written and the AI probe that follows has its answer.
+    void saveSettings()
+    {
+        auto *draft = qobject_cast<SettingsDraft *>(find(u"settingsDraft"_s));
+        if (!draft) {
+            std::fprintf(stderr, "kalvo-screens: no open settings sheet\n");
+            return;
+        }
+        bool written = false;
+        const QMetaObject::Connection done =
+            QObject::connect(draft, &SettingsDraft::written, draft, [&written] { written = true; });
+        draft->save();
+        waitUntil([&] { return written && m_state.aiCheck() != AppState::AiCheck::Checking; }, 5000);
+        QObject::disconnect(done);
+    }
+    // Scrolls a Flickable to its end once its content has been laid out.
+    void scrollToEnd(const QString &objectName)
+    {
+        m_window.grabWindow(); // lays the content out, as a frame would
+        if (QObject *flickable = find(objectName))
+            flickable->setProperty("contentY", std::max(0.0, flickable->property("contentHeight").toReal()
+                                                                 - flickable->property("height").toReal()));
+    }
+    // Lets events run until `done` holds, at most `ms` milliseconds.
+    void waitUntil(const std::function<bool()> &done, int ms)
+    {
+        QElapsedTimer waited;
+        waited.start();
+        while (!done() && waited.elapsed() < ms)
+            QCoreApplication::processEvents(QEventLoop::AllEvents, 20);
+    }
     void setFilter(const QString &text) { setProperty("newsPanel", "filterText", text); }
     void setDetailHeight(qreal height) { setProperty("centerColumn", "detailHeight", height); }
     void resizeWindow(int width, int height) { m_window.resize(width, height); }
@@ -80,6 +141,20 @@ private:
     QQuickWindow &m_window;
 };
 
+// Behind a sheet: headlines, a quote for every instrument (an unquoted one
+// shows a turning spinner, which no two pictures catch alike) and the calendar.
+void fillBehindSheet(Stage &stage)
+{
+    QMap<QString, PriceData> quotes = demoQuotes(stage.now().addSecs(-20));
+    quotes.insert(u"DXY"_s, {u"DXY"_s, u"DXY"_s, 103.842, -0.118, -0.1135, PriceData::Direction::Down,
+                             stage.now().addSecs(-20)});
+    quotes.insert(u"XAU/USD"_s, {u"XAU/USD"_s, u"XAU/USD"_s, 2917.40, 12.6, 0.4338, PriceData::Direction::Up,
+                                 stage.now().addSecs(-20)});
+    stage.addNews(demoNews(stage.now(), 40));
+    stage.setPrices(quotes);
+    stage.state().onCalendar(demoCalendar(stage.now()));
+}
+
 // Opens the sheet of the calendar's event with this id, as a tap on its row does.
 void selectCalendarEvent(Stage &stage, const QString &eventId)
 {
@@ -87,6 +162,19 @@ void selectCalendarEvent(Stage &stage, const QString &eventId)
         if (event.id == eventId)
             stage.state().setSelectedCalendarEvent(event);
     }
+}
+
+// A release newer than any build of this tree, as a version endpoint announces it.
+AppVersionInfo demoRelease(bool withNotes)
+{
+    AppVersionInfo release;
+    release.version = u"1.2.0"_s;
+    release.downloadUrl = u"https://kalvo.example.org/download/kalvo-1.2.0.tar.gz"_s;
+    if (withNotes)
+        release.releaseNotes = u"• Update-Hinweis mit Versionsvergleich\n"
+                               "• Kalender: Zeitzonen der Termine korrigiert\n"
+                               "• Live-Briefing startet schneller"_s;
+    return release;
 }
 
 struct Screen
@@ -178,6 +266,41 @@ const QList<Screen> screens{
      }},
     // Before the first scan: no result yet.
     {"scanner-no-setups", [](Stage &stage) { stage.state().setProperty("showScannerPanel", true); }},
+    {"briefing-playing",
+     [](Stage &stage) {
+         fillBehindSheet(stage);
+         stage.state().publishLiveBriefing(demoBriefing(true));
+         stage.pictureBriefingPlayer(true, 0.4, 62);
+     }},
+    {"briefing-no-audio",
+     [](Stage &stage) {
+         fillBehindSheet(stage);
+         stage.state().publishLiveBriefing(demoBriefing(false));
+     }},
+    {"overview-risk-on",
+     [](Stage &stage) {
+         fillBehindSheet(stage);
+         stage.state().publishMarketOverview(demoOverview(true));
+     }},
+    {"overview-risk-off",
+     [](Stage &stage) {
+         fillBehindSheet(stage);
+         stage.state().publishMarketOverview(demoOverview(false));
+     }},
+    // 14:07 in Berlin: London and New York are both open.
+    {"sessions-overlap",
+     [](Stage &stage) {
+         fillBehindSheet(stage);
+         stage.openSessions();
+     }},
+    // The session clock never finds every session closed; this is the
+    // dialog before its first reading.
+    {"sessions-none",
+     [](Stage &stage) {
+         fillBehindSheet(stage);
+         stage.state().publishSessions({});
+         stage.openSessions();
+     }},
 };
 
 // Runs until `signal` fires or `ms` pass; true when it fired.
@@ -199,6 +322,8 @@ bool render(const Screen &screen, const QString &outDir)
 {
     ManualClock clock(screen.at.isValid() ? screen.at : fixedNow);
     AppState state(clock);
+    // Never checks: the screens set what a check would have found.
+    UpdateService updates(clock);
     state.setDemo(screen.demo);
     state.setSoundPlayer([](const QString &) {});
     // Nothing listens there: every service gives up at once, without network.
@@ -209,6 +334,7 @@ bool render(const Screen &screen, const QString &outDir)
     engine.addImportPath(u"qrc:/qt/qml"_s);
     engine.setInitialProperties({
         {u"appState"_s, QVariant::fromValue(&state)},
+        {u"updateService"_s, QVariant::fromValue(&updates)},
         {u"monoFamily"_s, QFontDatabase::systemFont(QFontDatabase::FixedFont).family()},
     });
     engine.load(QUrl(u"qrc:/qt/qml/Kalvo/Main.qml"_s));

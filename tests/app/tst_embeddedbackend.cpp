@@ -20,6 +20,8 @@
 using namespace kalvo;
 using namespace kalvo::sim;
 
+Q_DECLARE_METATYPE(std::optional<bool>)
+
 namespace {
 
 const QString sonnet = u"claude-sonnet-4-5"_s;
@@ -236,6 +238,80 @@ private slots:
         process.writeFile(u"config.json"_s, compactJson(ownSettings.toJson()));
         QVERIFY(!DemoMode::provideConfig());
         QCOMPARE(ConfigFiles::load(), ownSettings);
+    }
+
+    // The choice is made anew from the files whenever the settings change
+    // them: a running embedded backend gives way first.
+    void choosesAnewFromTheFiles_data()
+    {
+        QTest::addColumn<QString>("claudeKey");
+        QTest::addColumn<QString>("openaiKey");
+        QTest::addColumn<QByteArray>("dataFolderFile"); // empty: none
+        QTest::addColumn<QByteArray>("namedFile");      // empty: none named
+        QTest::addColumn<int>("kind");
+        QTest::addColumn<QString>("backend"); // "embedded": the embedded server's address
+        QTest::addColumn<std::optional<bool>>("speech");
+
+        const int embedded = int(AiRoute::Kind::Embedded), shared = int(AiRoute::Kind::Shared);
+        const QString key = u"sk-ant-1"_s, sharedUrl = u"https://ai.example.org/_functions"_s;
+        const QByteArray namesShared = compactJson({{u"backend"_s, sharedUrl}});
+        const QByteArray baseOnly = compactJson({{u"base"_s, u"http://127.0.0.1:9"_s}});
+        QTest::newRow("nothing set") << QString() << QString() << QByteArray() << QByteArray()
+                                     << int(AiRoute::Kind::Default) << u"http://127.0.0.1:8787/_functions"_s
+                                     << std::optional<bool>();
+        QTest::newRow("a Claude key") << key << QString() << QByteArray() << QByteArray() << embedded
+                                      << u"embedded"_s << std::optional<bool>(false);
+        QTest::newRow("both keys") << key << u"sk-oa"_s << QByteArray() << QByteArray() << embedded << u"embedded"_s
+                                   << std::optional<bool>(true);
+        QTest::newRow("the data folder names a backend") << key << QString() << namesShared << QByteArray() << shared
+                                                         << sharedUrl << std::optional<bool>();
+        QTest::newRow("a named file hides the data folder's")
+            << key << QString() << namesShared << baseOnly << embedded << u"embedded"_s << std::optional<bool>(false);
+    }
+    void choosesAnewFromTheFiles()
+    {
+        QFETCH(QString, claudeKey);
+        QFETCH(QString, openaiKey);
+        QFETCH(QByteArray, dataFolderFile);
+        QFETCH(QByteArray, namedFile);
+        QFETCH(int, kind);
+        QFETCH(QString, backend);
+        QFETCH(std::optional<bool>, speech);
+        CleanProcess process;
+        qunsetenv("ANTHROPIC_API_KEY");
+        qunsetenv("OPENAI_API_KEY");
+        FakeVendors vendors;
+        Config config;
+        config.claudeApiKey = claudeKey;
+        config.openaiApiKey = openaiKey;
+        QVERIFY(!ConfigFiles::save(config));
+        if (!dataFolderFile.isEmpty())
+            QVERIFY(!Endpoints::storeBackend(Endpoints::userFilePath(), QJsonDocument::fromJson(dataFolderFile)
+                                                                            .object().value(u"backend"_s).toString()));
+        const QString named = namedFile.isEmpty() ? QString() : process.writeFile(u"named.json"_s, namedFile);
+
+        // Whatever ran before is replaced.
+        EmbeddedBackend running;
+        backend::BackendOptions offline;
+        offline.log = [](const QString &) {};
+        QVERIFY(running.start(offline));
+        const QByteArray tokenBefore = qgetenv("KALVO_BACKEND_TOKEN");
+
+        const AiBackendChoice choice = AiBackendChoice::choose(running, named, vendors.proxyTemplate());
+        QCOMPARE(int(choice.route.kind), kind);
+        QCOMPARE(choice.route.namedFile, named);
+        QCOMPARE(choice.route.speech, speech);
+        QCOMPARE(running.isRunning(), kind == int(AiRoute::Kind::Embedded));
+        if (!running.isRunning()) {
+            QCOMPARE(choice.route.backend.toString(), backend);
+            QVERIFY(qEnvironmentVariableIsEmpty("KALVO_BACKEND_TOKEN"));
+            return;
+        }
+        QCOMPARE(choice.route.backend, running.functionsUrl());
+        QVERIFY(qgetenv("KALVO_BACKEND_TOKEN") != tokenBefore); // a server of its own
+        ClaudeService client(choice.route.backend, Clock::system());
+        QCOMPARE(QCoro::waitFor(client.findWorkingModel()), sonnet);
+        QCOMPARE(vendors.lastHeader(u"/v1/messages"_s, "x-api-key"), claudeKey.toUtf8());
     }
 };
 

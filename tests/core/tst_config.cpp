@@ -4,6 +4,7 @@
 
 #include <QDir>
 #include <QFile>
+#include <QFileInfo>
 #include <QJsonArray>
 #include <QScopeGuard>
 #include <QTemporaryDir>
@@ -110,6 +111,35 @@ private slots:
         QFile file(ConfigFiles::userPath());
         QVERIFY(file.open(QIODevice::ReadOnly));
         QCOMPARE(file.readAll(), compactJson(configA.toJson()));
+    }
+
+    // The file may hold the vendor keys: for its owner only, also when an
+    // older, more open file is replaced.
+    void savedFileIsTheOwnersAlone_data()
+    {
+        QTest::addColumn<bool>("olderFile");
+        QTest::newRow("first save") << false;
+        QTest::newRow("replacing a readable file") << true;
+    }
+    void savedFileIsTheOwnersAlone()
+    {
+        QFETCH(bool, olderFile);
+        QTemporaryDir dir;
+        qputenv("KALVO_DATA_DIR", dir.path().toUtf8());
+        const auto restore = qScopeGuard([] { qunsetenv("KALVO_DATA_DIR"); });
+        if (olderFile) {
+            QFile older(ConfigFiles::userPath());
+            QVERIFY(older.open(QIODevice::WriteOnly) && older.write("{}") == 2);
+            older.close();
+            QVERIFY(older.setPermissions(older.permissions() | QFileDevice::ReadGroup | QFileDevice::ReadOther));
+        }
+        QVERIFY(!ConfigFiles::save(configB));
+        const QFileDevice::Permissions mode = QFileInfo(ConfigFiles::userPath()).permissions();
+        QVERIFY(mode.testFlags(QFileDevice::ReadOwner | QFileDevice::WriteOwner));
+        QCOMPARE(mode & (QFileDevice::ReadGroup | QFileDevice::WriteGroup | QFileDevice::ReadOther
+                         | QFileDevice::WriteOther),
+                 QFileDevice::Permissions());
+        QCOMPARE(ConfigFiles::load(), configB);
     }
 };
 

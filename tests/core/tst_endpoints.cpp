@@ -2,7 +2,10 @@
 
 #include "core/Endpoints.h"
 
+#include <QDir>
+#include <QScopeGuard>
 #include <QSet>
+#include <QTemporaryDir>
 #include <QTemporaryFile>
 #include <QUrl>
 
@@ -96,6 +99,77 @@ private slots:
         QCOMPARE(Endpoints::fromJson(file, &foundInText).url(key), expected.isNull() ? defaultUrl(key) : expected);
         QCOMPARE(foundInFile.size(), problems);
         QCOMPARE(foundInText.size(), problems);
+    }
+
+    // The settings write "backend" into a file that may hold more addresses.
+    void storingTheBackendKeepsTheRest_data()
+    {
+        QTest::addColumn<QByteArray>("before"); // null: no file yet
+        QTest::addColumn<QString>("address");   // empty: remove the key
+        QTest::addColumn<QByteArray>("after");  // null: refused, the file as it was
+        const QString shared = u"https://ai.example.org/_functions"_s;
+        const QByteArray base = json({{u"base"_s, simulator}});
+        QTest::newRow("no file yet") << QByteArray() << shared << json({{u"backend"_s, shared}});
+        QTest::newRow("beside the base") << base << shared << json({{u"base"_s, simulator}, {u"backend"_s, shared}});
+        QTest::newRow("replaced") << json({{u"backend"_s, u"http://old.example/_functions"_s}}) << shared
+                                  << json({{u"backend"_s, shared}});
+        QTest::newRow("removed") << json({{u"base"_s, simulator}, {u"backend"_s, shared}}) << QString() << base;
+        QTest::newRow("not JSON: left alone") << "{\"base\": " + simulator.toUtf8() << shared << QByteArray();
+    }
+    void storingTheBackendKeepsTheRest()
+    {
+        QFETCH(QByteArray, before);
+        QFETCH(QString, address);
+        QFETCH(QByteArray, after);
+        QTemporaryDir dir;
+        const QString path = dir.filePath(u"Kalvo/endpoints.json"_s);
+        if (!before.isNull()) {
+            QVERIFY(QDir().mkpath(dir.filePath(u"Kalvo"_s)));
+            QFile file(path);
+            QVERIFY(file.open(QIODevice::WriteOnly) && file.write(before) == before.size());
+        }
+        const std::optional<QString> error = Endpoints::storeBackend(path, address);
+        QFile file(path);
+        QVERIFY(file.open(QIODevice::ReadOnly));
+        const QByteArray content = file.readAll();
+        if (after.isNull()) {
+            QVERIFY(error);
+            QCOMPARE(content, before);
+            return;
+        }
+        QVERIFY2(!error, qPrintable(error.value_or(QString())));
+        QCOMPARE(compactJson(QJsonDocument::fromJson(content).object()), after);
+        QCOMPARE(file.permissions() & ~(QFileDevice::ReadUser | QFileDevice::WriteUser),
+                 QFileDevice::ReadOwner | QFileDevice::WriteOwner);
+        QCOMPARE(Endpoints::backendIn(path), address);
+    }
+
+    // A file named on the command line wins; else the data folder's, when there is one.
+    void whichFileIsRead_data()
+    {
+        QTest::addColumn<bool>("named");
+        QTest::addColumn<bool>("inDataFolder");
+        QTest::addColumn<QString>("chosen"); // "named", "data" or empty
+        QTest::newRow("named wins") << true << true << u"named"_s;
+        QTest::newRow("the data folder's") << false << true << u"data"_s;
+        QTest::newRow("none") << false << false << QString();
+    }
+    void whichFileIsRead()
+    {
+        QFETCH(bool, named);
+        QFETCH(bool, inDataFolder);
+        QFETCH(QString, chosen);
+        QTemporaryDir dir;
+        qputenv("KALVO_DATA_DIR", dir.path().toUtf8());
+        const auto restore = qScopeGuard([] { qunsetenv("KALVO_DATA_DIR"); });
+        QCOMPARE(Endpoints::userFilePath(), dir.filePath(u"endpoints.json"_s));
+        if (inDataFolder)
+            QVERIFY(!Endpoints::storeBackend(Endpoints::userFilePath(), simulator));
+        const QString namedFile = named ? dir.filePath(u"elsewhere.json"_s) : QString();
+        const QString expected = chosen == "named"_L1 ? namedFile
+                                 : chosen == "data"_L1 ? Endpoints::userFilePath()
+                                                       : QString();
+        QCOMPARE(Endpoints::chooseFile(namedFile), expected);
     }
 };
 

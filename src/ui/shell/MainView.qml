@@ -84,4 +84,102 @@ Rectangle {
     // settings (appState.showSettings), trading sessions (showSessionDialog),
     // live briefing (appState.liveBriefing), market overview
     // (appState.marketOverview). Dismissing one clears its flag or value.
+
+    Sheet {
+        id: settingsSheet
+        objectName: "settingsSheet"
+        width: 520
+        height: 640
+        shown: root.appState.showSettings
+        onDismissed: root.appState.showSettings = false
+
+        // A fresh view, and so a fresh working copy, at every opening.
+        Loader {
+            anchors.fill: parent
+            active: settingsSheet.shown
+            sourceComponent: SettingsView {
+                appState: root.appState
+                onCloseRequested: settingsSheet.close()
+            }
+        }
+    }
+
+    Sheet {
+        id: sessionSheet
+        objectName: "sessionSheet"
+        width: 860
+        height: 420
+        shown: root.showSessionDialog
+        onDismissed: root.showSessionDialog = false
+
+        Loader {
+            anchors.fill: parent
+            active: sessionSheet.shown
+            sourceComponent: SessionInfoView {
+                appState: root.appState
+                onCloseRequested: sessionSheet.close()
+            }
+        }
+    }
+
+    LiveBriefingContent {
+        id: briefingContent
+        objectName: "briefingContent"
+        appState: root.appState
+    }
+
+    Sheet {
+        id: briefingSheet
+        objectName: "briefingSheet"
+        width: 640
+        height: 580
+        shown: briefingContent.present
+        onDismissed: briefingContent.clear()
+
+        // One view per briefing: a new one, even while the sheet is open,
+        // gets a fresh view whose player stops the old sound and plays the new.
+        Loader {
+            id: briefingLoader
+
+            readonly property string briefingId: briefingContent.briefing.id ?? ""
+
+            anchors.fill: parent
+            active: briefingSheet.shown
+            onBriefingIdChanged: {
+                if (!active)
+                    return
+                active = false
+                active = Qt.binding(() => briefingSheet.shown)
+            }
+
+            sourceComponent: LiveBriefingView {
+                briefing: briefingContent.briefing
+                onCloseRequested: briefingSheet.close()
+            }
+        }
+    }
+
+    MarketOverviewContent {
+        id: overviewContent
+        objectName: "overviewContent"
+        appState: root.appState
+    }
+
+    Sheet {
+        id: overviewSheet
+        objectName: "overviewSheet"
+        width: 560
+        height: 480
+        shown: overviewContent.present
+        onDismissed: overviewContent.clear()
+
+        Loader {
+            anchors.fill: parent
+            active: overviewSheet.shown
+            sourceComponent: MarketOverviewView {
+                overview: overviewContent.overview
+                onCloseRequested: overviewSheet.close()
+            }
+        }
+    }
 }

@@ -59,9 +59,16 @@ private slots:
 
         QVERIFY(h.click(h.item(u"settingsButton"_s)));
         QCOMPARE(h.state.property("showSettings").toBool(), true);
+        // The sheets are modal: each is closed again before the next click.
+        QTRY_VERIFY(h.shows(u"settingsClose"_s));
+        QVERIFY(h.click(h.item(u"settingsClose"_s)));
+        QTRY_COMPARE(h.state.property("showSettings").toBool(), false);
         QCOMPARE(h.item(u"mainView"_s)->property("showSessionDialog").toBool(), false);
         QVERIFY(h.click(h.item(u"marketBadge"_s)));
         QCOMPARE(h.item(u"mainView"_s)->property("showSessionDialog").toBool(), true);
+        QTRY_VERIFY(h.shows(u"sessionsClose"_s));
+        QVERIFY(h.click(h.item(u"sessionsClose"_s)));
+        QTRY_COMPARE(h.item(u"mainView"_s)->property("showSessionDialog").toBool(), false);
         // The right column toggles between calendar and scanner.
         QCOMPARE(h.text(u"panelToggleLabel"_s), u"SCANNER"_s);
         QVERIFY(h.shows(u"calendarPanel"_s) && !h.shows(u"scannerPanel"_s));
