@@ -1,5 +1,6 @@
 #include "OfflineAnalyst.h"
 
+#include "AnalystNotes.h"
 #include "BriefingWriter.h"
 #include "NewsDigest.h"
 #include "NewsSignals.h"
@@ -18,25 +19,7 @@ namespace kalvo::backend::OfflineAnalyst {
 
 namespace {
 
-constexpr qsizetype maxHeadlineLength = 55;
-
-QString capitalised(QString text)
-{
-    if (!text.isEmpty())
-        text[0] = text[0].toUpper();
-    return text;
-}
-
-QString cut(const QString &text, qsizetype maxLength)
-{
-    if (text.size() <= maxLength)
-        return text;
-    QString shortened = text.left(maxLength);
-    const qsizetype blank = shortened.lastIndexOf(u' ');
-    if (blank > maxLength / 2)
-        shortened.truncate(blank);
-    return shortened;
-}
+using AnalystNotes::capitalised;
 
 QJsonArray array(const QStringList &texts)
 {
@@ -51,45 +34,7 @@ QString percentText(double percent)
 
 NewsSignal signalOf(const ReadPrompt &prompt)
 {
-    return readNewsSignal(prompt.title + u'\n' + prompt.content.left(1000));
-}
-
-QString newsHeadline(const NewsSignal &signal)
-{
-    const QString actor = signal.actor.isEmpty() ? categoryLabel(signal.category) : signal.actor;
-    QString subject;
-    if (signal.currency.isEmpty())
-        subject = u"Impuls für den Devisenmarkt"_s;
-    else if (signal.direction == Direction::Bullish)
-        subject = currencyName(signal.currency) + u" im Aufwind"_s;
-    else if (signal.direction == Direction::Bearish)
-        subject = currencyName(signal.currency) + u" unter Druck"_s;
-    else
-        subject = currencyName(signal.currency) + u" im Blick"_s;
-    return cut(actor + (signal.surprise ? u" überrascht: "_s : u": "_s) + subject, maxHeadlineLength);
-}
-
-QString reportedSentence(const ReadPrompt &prompt)
-{
-    const QString title = firstWords(prompt.title, 12);
-    const QString source = prompt.source.trimmed();
-    return source.isEmpty() ? u"Gemeldet wird: „%1“."_s.arg(title) : u"%1 meldet: „%2“."_s.arg(source, title);
-}
-
-QString effectSentence(const NewsSignal &signal, const QList<PairMove> &moves)
-{
-    if (signal.currency.isEmpty())
-        return u"Die Meldung prägt vor allem die allgemeine Risikostimmung."_s;
-    const QString focus = moves.isEmpty() ? QString() : u", im Blick steht "_s + moves.first().pair;
-    switch (signal.direction) {
-    case Direction::Bullish:
-        return capitalised(currencySubject(signal.currency)) + u" dürfte davon profitieren"_s + focus + u'.';
-    case Direction::Bearish:
-        return capitalised(currencySubject(signal.currency)) + u" dürfte darunter leiden"_s + focus + u'.';
-    case Direction::Neutral:
-        break;
-    }
-    return u"Ein klares Richtungssignal für den %1 fehlt noch%2."_s.arg(currencyName(signal.currency), focus);
+    return readNewsSignal(prompt.title, prompt.content.left(1000));
 }
 
 QString movePips(int score)
@@ -101,17 +46,22 @@ QString movePips(int score)
     return u"60-90"_s;
 }
 
-QString macroSentence(const QString &category)
+QString macroSentence(const NewsSignal &signal)
 {
-    static const QHash<QString, QString> sentences{
-        {u"central_bank"_s, u"Die Geldpolitik bleibt der wichtigste Treiber, die Zinserwartungen bestimmen die Richtung."_s},
+    const QString bank = bankOf(signal.currency);
+    const QHash<QString, QString> sentences{
+        {u"central_bank"_s, u"Die Geldpolitik bleibt der wichtigste Treiber: Die Zinserwartungen an %1 bestimmen die Richtung."_s
+                                .arg(bank == "Notenbank"_L1 ? u"die Notenbanken"_s : u"die "_s + bank)},
         {u"inflation"_s, u"Die Inflationsentwicklung verschiebt die Zinserwartungen und damit die Renditedifferenzen."_s},
         {u"employment"_s, u"Der Arbeitsmarkt entscheidet mit über den Zinspfad der Notenbank."_s},
         {u"growth"_s, u"Die Konjunkturdaten prägen das Bild von Wachstum und Zinsaussichten."_s},
         {u"geopolitics"_s, u"Geopolitische Spannungen treiben Absicherungen in sichere Häfen."_s},
         {u"commodities"_s, u"Rohstoffpreise wirken über Inflation und Handelsbilanzen auf die Währungen."_s},
+        {u"equities"_s, u"Die Aktienmärkte geben die Risikostimmung vor, an der sich Yen und Rohstoffwährungen orientieren."_s},
+        {u"bonds"_s, u"Die Renditedifferenzen zwischen den Staatsanleihen sind der direkte Draht zu den Wechselkursen."_s},
+        {u"technical"_s, u"Ohne neue Impulse aus den Daten geben die Chartmarken den Takt vor."_s},
     };
-    return sentences.value(category, u"Die Marktstimmung schwankt zwischen Risikoappetit und Vorsicht."_s);
+    return sentences.value(signal.category, u"Die Marktstimmung schwankt zwischen Risikoappetit und Vorsicht."_s);
 }
 
 QStringList risksOf(const QString &category)
@@ -123,6 +73,9 @@ QStringList risksOf(const QString &category)
         {u"growth"_s, {u"Revisionen der Konjunkturdaten"_s, u"Stimmungswechsel an den Aktienmärkten"_s}},
         {u"geopolitics"_s, {u"Schnelle Entspannung der Lage"_s, u"Eingreifen von Notenbanken"_s}},
         {u"commodities"_s, {u"Angebotsentscheidungen der OPEC"_s, u"Schwankende Nachfrage aus China"_s}},
+        {u"equities"_s, {u"Abrupter Stimmungsumschwung an den Börsen"_s, u"Enttäuschende Unternehmenszahlen"_s}},
+        {u"bonds"_s, {u"Schwankende Zinserwartungen"_s, u"Hohe Anleiheemissionen"_s}},
+        {u"technical"_s, {u"Fehlausbruch an der Chartmarke"_s, u"Überraschende Daten"_s}},
     };
     return risks.value(category, {u"Dünne Liquidität"_s, u"Überraschende Schlagzeilen"_s});
 }
@@ -134,6 +87,9 @@ QString watchNextOf(const NewsSignal &signal)
             signal.actor.isEmpty() ? u"Notenbank"_s : signal.actor);
     }
     static const QHash<QString, QString> next{
+        {u"equities"_s, u"Die Eröffnung an der Wall Street und die Renditen"_s},
+        {u"bonds"_s, u"Anleiheauktionen und Aussagen der Notenbanker"_s},
+        {u"technical"_s, u"Reaktion an den genannten Chartmarken"_s},
         {u"inflation"_s, u"Nächste Inflationsdaten und die Reaktion der Notenbank"_s},
         {u"employment"_s, u"Nächster Arbeitsmarktbericht und Lohndaten"_s},
         {u"growth"_s, u"Einkaufsmanagerindizes und BIP-Revisionen"_s},
@@ -183,7 +139,7 @@ QJsonObject scoreNews(const ReadPrompt &prompt)
     const NewsSignal signal = signalOf(prompt);
     if (!signal.relevant)
         return {{u"relevant"_s, false}};
-    const QList<PairMove> moves = pairsMovedBy(signal.currency, signal.direction);
+    const QList<PairMove> moves = pairsMovedBy(signal);
     QJsonObject pairs;
     for (const PairMove &move : moves)
         pairs.insert(move.pair, directionWord(move.direction));
@@ -191,8 +147,8 @@ QJsonObject scoreNews(const ReadPrompt &prompt)
         {u"relevant"_s, true},
         {u"score"_s, signal.score},
         {u"urgency"_s, signal.urgency},
-        {u"headline"_s, newsHeadline(signal)},
-        {u"analysis"_s, reportedSentence(prompt) + u' ' + effectSentence(signal, moves)},
+        {u"headline"_s, AnalystNotes::headline(signal)},
+        {u"analysis"_s, AnalystNotes::whatHappened(signal, prompt.source) + u' ' + AnalystNotes::consequence(signal, moves)},
         {u"pairs"_s, pairs},
         {u"category"_s, signal.category},
         {u"factors"_s, array(signal.factors)},
@@ -202,16 +158,15 @@ QJsonObject scoreNews(const ReadPrompt &prompt)
 QJsonObject analyseNewsInDepth(const ReadPrompt &prompt)
 {
     const NewsSignal signal = signalOf(prompt);
-    const QList<PairMove> moves = pairsMovedBy(signal.currency, signal.direction);
+    const QList<PairMove> moves = pairsMovedBy(signal);
     const QString range = movePips(signal.score);
 
     QJsonObject pairs;
     for (const PairMove &move : moves) {
         const bool directed = move.direction != Direction::Neutral;
         const QString reasoning = directed
-            ? u"%1 spricht für %2 Kurse in %3."_s.arg(
-                  signal.factors.value(0, u"Die Nachrichtenlage"_s),
-                  move.direction == Direction::Bullish ? u"steigende"_s : u"fallende"_s, move.pair)
+            ? u"Treiber: %1 – das spricht für %2 Kurse in %3."_s.arg(AnalystNotes::cause(signal),
+                                                                   AnalystNotes::pairTrend(move.direction), move.pair)
             : u"Kein klarer Impuls für %1."_s.arg(move.pair);
         pairs.insert(move.pair, QJsonObject{
                                     {u"direction"_s, directionWord(move.direction)},
@@ -237,14 +192,15 @@ QJsonObject analyseNewsInDepth(const ReadPrompt &prompt)
         : signal.score >= 8                   ? u"stark"_s
         : signal.score >= 6                   ? u"deutlich"_s
                                               : u"mäßig"_s;
-    const QString summary = u"%1 Die Meldung ist %2 marktrelevant (Score %3/10). %4"_s.arg(
-        reportedSentence(prompt), strength, QString::number(signal.score), effectSentence(signal, moves));
+    const QString summary = u"%1 %2 Die Meldung ist %3 marktrelevant (Score %4/10)."_s.arg(
+        AnalystNotes::whatHappened(signal, prompt.source), AnalystNotes::consequence(signal, moves), strength,
+        QString::number(signal.score));
     return {
         {u"summary"_s, summary},
         {u"score"_s, signal.score},
         {u"pairs"_s, pairs},
         {u"strategy"_s, strategy},
-        {u"macro"_s, macroSentence(signal.category)},
+        {u"macro"_s, macroSentence(signal)},
         {u"risks"_s, array(risksOf(signal.category))},
         {u"watch_next"_s, watchNextOf(signal)},
     };
@@ -267,30 +223,41 @@ QJsonObject overviewMarket(const ReadPrompt &prompt)
     if (themes.isEmpty())
         themes << u"Ruhiger Markt"_s;
 
+    // The heaviest headline leads, the next relevant one of another theme follows.
     const NewsDigest::Item *lead = nullptr;
+    const NewsDigest::Item *second = nullptr;
     for (const NewsDigest::Item &item : digest.items) {
         if (!item.news.headline.trimmed().isEmpty() && (!lead || item.news.score > lead->news.score))
             lead = &item;
     }
+    for (const NewsDigest::Item &item : digest.items) {
+        if (lead && &item != lead && item.signal.relevant && item.signal.category != lead->signal.category && !second)
+            second = &item;
+    }
+    const QString mood = sentiment == "risk-on"_L1    ? u"Die Stimmung ist risikofreudig"_s
+                         : sentiment == "risk-off"_L1 ? u"Die Stimmung ist risikoscheu"_s
+                                                      : u"Die Stimmung ist abwartend"_s;
     QStringList sentences;
-    sentences << (sentiment == "risk-on"_L1    ? u"Die Stimmung ist risikofreudig."_s
-                  : sentiment == "risk-off"_L1 ? u"Die Stimmung ist risikoscheu."_s
-                                               : u"Die Stimmung ist abwartend."_s);
     if (lead) {
-        const QString source = lead->news.source.isEmpty() ? QString() : u" ("_s + lead->news.source + u')';
-        sentences << u"Im Mittelpunkt steht „%1“%2."_s.arg(firstWords(lead->news.headline, 14), source);
+        const QString source = lead->news.source.trimmed();
+        sentences << u"%1, im Mittelpunkt: %2 (%3„%4“)."_s.arg(mood, AnalystNotes::cause(lead->signal),
+                                                                    source.isEmpty() ? QString() : source + u": "_s,
+                                                                    firstWords(lead->news.headline, 14));
     } else {
-        sentences << u"Frische Schlagzeilen fehlen derzeit."_s;
+        sentences << mood + u", frische Schlagzeilen fehlen derzeit."_s;
     }
     const QString up = digest.strongest();
     const QString down = digest.weakest();
     if (!up.isEmpty() && !down.isEmpty())
-        sentences << u"%1 wirkt gestützt, %2 belastet; im Fokus steht %3."_s.arg(capitalised(currencySubject(up)), currencySubject(down), topPair);
+        sentences << u"Unterm Strich wirkt %1 gestützt, %2 belastet; den stärksten Impuls hat %3."_s.arg(
+            currencySubject(up), currencySubject(down), topPair);
     else if (!up.isEmpty() || !down.isEmpty())
-        sentences << u"%1 wirkt %2; im Fokus steht %3."_s.arg(capitalised(currencySubject(up.isEmpty() ? down : up)),
-                                                              up.isEmpty() ? u"belastet"_s : u"gestützt"_s, topPair);
+        sentences << u"Unterm Strich wirkt %1 %2; den stärksten Impuls hat %3."_s.arg(
+            currencySubject(up.isEmpty() ? down : up), up.isEmpty() ? u"belastet"_s : u"gestützt"_s, topPair);
     else
-        sentences << u"Im Fokus steht %1."_s.arg(topPair);
+        sentences << u"Eine klare Richtung fehlt; im Fokus steht %1."_s.arg(topPair);
+    if (second)
+        sentences << u"Daneben im Blick: %1."_s.arg(AnalystNotes::cause(second->signal));
 
     return {
         {u"sentiment"_s, sentiment},
@@ -412,11 +379,11 @@ QJsonObject analyseInstrument(const ReadPrompt &prompt)
     QStringList summary;
     summary << (price > 0 ? u"%1 notiert bei %2 (%3)."_s.arg(name, QString::number(price, 'f', decimals), percentText(change))
                           : u"Für %1 liegt kein aktueller Kurs vor."_s.arg(name));
-    if (related) {
-        summary << u"Die Nachrichtenlage ist für %1 %2, etwa „%3“."_s.arg(
-            name,
-            verdict == Direction::Bullish ? u"positiv"_s : verdict == Direction::Bearish ? u"negativ"_s : u"uneinheitlich"_s,
-            firstWords(related->news.headline, 12));
+    if (related && verdict != Direction::Neutral) {
+        summary << u"Treiber: %1 – das spricht für %2 Kurse in %3."_s.arg(
+            AnalystNotes::cause(related->signal), AnalystNotes::pairTrend(verdict), name);
+    } else if (related) {
+        summary << u"Die Nachrichtenlage ist uneinheitlich; zuletzt im Blick: %1."_s.arg(AnalystNotes::cause(related->signal));
     }
     summary << (verdict == Direction::Bullish   ? u"Käufe auf Rücksetzer werden bevorzugt."_s
                 : verdict == Direction::Bearish ? u"Verkäufe in Erholungen werden bevorzugt."_s

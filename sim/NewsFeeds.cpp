@@ -1,6 +1,13 @@
 #include "NewsFeeds.h"
 
+#include "Headlines.h"
+#include "MarketEvents.h"
+#include "PriceQuotes.h"
+#include "SeededRandom.h"
+
+#include <QHash>
 #include <QLocale>
+#include <QMutex>
 #include <QTimeZone>
 #include <QUrlQuery>
 #include <QXmlStreamWriter>
@@ -15,528 +22,9 @@ namespace kalvo::sim {
 
 namespace {
 
-// splitmix64: tiny and identical on every platform, which the standard
-// distributions are not; the same seed must give the same feeds everywhere.
-class Rng
-{
-public:
-    explicit Rng(quint64 seed) : m_state(seed) {}
-
-    quint64 next()
-    {
-        quint64 z = (m_state += 0x9E3779B97F4A7C15ull);
-        z = (z ^ (z >> 30)) * 0xBF58476D1CE4E5B9ull;
-        z = (z ^ (z >> 27)) * 0x94D049BB133111EBull;
-        return z ^ (z >> 31);
-    }
-    int below(qsizetype n) { return int(next() % quint64(n)); }
-    double unit() { return double(next() >> 11) * 0x1.0p-53; }
-    double between(double low, double high) { return low + (high - low) * unit(); }
-    template<typename List>
-    const auto &pick(const List &list) { return *(std::begin(list) + below(std::size(list))); }
-
-private:
-    quint64 m_state;
-};
-
-using Words = std::initializer_list<QLatin1StringView>;
-
-// ---------------------------------------------------------------------------
-// What the headlines talk about.
-
-struct Bank
-{
-    QLatin1StringView name;
-    QLatin1StringView longName;
-    QLatin1StringView currency;
-    Words officials;
-    double rate;
-};
-
-const Bank banks[] = {
-    {"Fed"_L1, "Federal Reserve"_L1, "dollar"_L1, {"Powell"_L1, "Waller"_L1, "Williams"_L1, "Logan"_L1, "Goolsbee"_L1, "Bowman"_L1}, 5.50},
-    {"ECB"_L1, "European Central Bank"_L1, "euro"_L1, {"Lagarde"_L1, "Lane"_L1, "Schnabel"_L1, "Nagel"_L1, "Villeroy"_L1}, 4.00},
-    {"BoE"_L1, "Bank of England"_L1, "pound"_L1, {"Bailey"_L1, "Pill"_L1, "Mann"_L1, "Ramsden"_L1}, 5.25},
-    {"BoJ"_L1, "Bank of Japan"_L1, "yen"_L1, {"Ueda"_L1, "Himino"_L1, "Uchida"_L1}, 0.10},
-    {"SNB"_L1, "Swiss National Bank"_L1, "Swiss franc"_L1, {"Jordan"_L1, "Schlegel"_L1}, 1.50},
-    {"BoC"_L1, "Bank of Canada"_L1, "Canadian dollar"_L1, {"Macklem"_L1, "Rogers"_L1}, 5.00},
-    {"RBA"_L1, "Reserve Bank of Australia"_L1, "Aussie dollar"_L1, {"Bullock"_L1, "Hauser"_L1}, 4.35},
-    {"RBNZ"_L1, "Reserve Bank of New Zealand"_L1, "kiwi"_L1, {"Orr"_L1, "Hawkesby"_L1}, 5.50},
-};
-constexpr int fed = 0, ecb = 1;
-// The Fed and the ECB make most of the news.
-constexpr int bankDraw[] = {0, 0, 0, 0, 1, 1, 1, 2, 2, 3, 3, 4, 5, 6, 7};
-
-struct Pair
-{
-    QLatin1StringView symbol;
-    double price;
-    int decimals;
-};
-
-const Pair pairs[] = {
-    {"EUR/USD"_L1, 1.0850, 4}, {"GBP/USD"_L1, 1.2650, 4}, {"USD/JPY"_L1, 153.20, 2}, {"USD/CHF"_L1, 0.9050, 4},
-    {"AUD/USD"_L1, 0.6600, 4}, {"USD/CAD"_L1, 1.3650, 4}, {"NZD/USD"_L1, 0.6000, 4}, {"EUR/GBP"_L1, 0.8570, 4},
-    {"EUR/JPY"_L1, 166.10, 2}, {"GBP/JPY"_L1, 193.80, 2},
-};
-
-struct Indicator
-{
-    QLatin1StringView country;
-    QLatin1StringView currency;
-    QLatin1StringView name;
-    double typical;
-    double spread;
-    QLatin1StringView unit;
-    int decimals;
-};
-
-const Indicator indicators[] = {
-    {"US"_L1, "dollar"_L1, "nonfarm payrolls"_L1, 180, 80, "K"_L1, 0},
-    {"US"_L1, "dollar"_L1, "CPI y/y"_L1, 3.3, 0.4, "%"_L1, 1},
-    {"US"_L1, "dollar"_L1, "core PCE price index m/m"_L1, 0.3, 0.1, "%"_L1, 1},
-    {"US"_L1, "dollar"_L1, "GDP q/q annualised"_L1, 2.0, 1.0, "%"_L1, 1},
-    {"US"_L1, "dollar"_L1, "retail sales m/m"_L1, 0.4, 0.5, "%"_L1, 1},
-    {"US"_L1, "dollar"_L1, "ISM manufacturing PMI"_L1, 49.5, 2, ""_L1, 1},
-    {"US"_L1, "dollar"_L1, "initial jobless claims"_L1, 215, 15, "K"_L1, 0},
-    {"US"_L1, "dollar"_L1, "consumer confidence"_L1, 100, 5, ""_L1, 1},
-    {"US"_L1, "dollar"_L1, "producer prices m/m"_L1, 0.2, 0.2, "%"_L1, 1},
-    {"Eurozone"_L1, "euro"_L1, "flash HICP y/y"_L1, 2.4, 0.3, "%"_L1, 1},
-    {"Eurozone"_L1, "euro"_L1, "GDP q/q"_L1, 0.3, 0.2, "%"_L1, 1},
-    {"Eurozone"_L1, "euro"_L1, "HCOB manufacturing PMI"_L1, 46, 2, ""_L1, 1},
-    {"Germany"_L1, "euro"_L1, "ZEW economic sentiment"_L1, 40, 10, ""_L1, 1},
-    {"UK"_L1, "pound"_L1, "CPI y/y"_L1, 3.2, 0.4, "%"_L1, 1},
-    {"UK"_L1, "pound"_L1, "GDP m/m"_L1, 0.1, 0.2, "%"_L1, 1},
-    {"UK"_L1, "pound"_L1, "retail sales m/m"_L1, 0.2, 0.6, "%"_L1, 1},
-    {"Japan"_L1, "yen"_L1, "Tokyo core CPI y/y"_L1, 1.8, 0.3, "%"_L1, 1},
-    {"Japan"_L1, "yen"_L1, "industrial production m/m"_L1, 0.5, 1.5, "%"_L1, 1},
-    {"Canada"_L1, "Canadian dollar"_L1, "employment change"_L1, 25, 20, "K"_L1, 1},
-    {"Canada"_L1, "Canadian dollar"_L1, "CPI y/y"_L1, 2.9, 0.3, "%"_L1, 1},
-    {"Australia"_L1, "Aussie dollar"_L1, "employment change"_L1, 30, 20, "K"_L1, 1},
-    {"Australia"_L1, "Aussie dollar"_L1, "trade balance"_L1, 6.5, 1.5, "bn"_L1, 2},
-    {"China"_L1, "yuan"_L1, "Caixin manufacturing PMI"_L1, 51, 1, ""_L1, 1},
-    {"Switzerland"_L1, "Swiss franc"_L1, "CPI y/y"_L1, 1.3, 0.3, "%"_L1, 1},
-    {"New Zealand"_L1, "kiwi"_L1, "unemployment rate"_L1, 4.3, 0.2, "%"_L1, 1},
-};
-
-constexpr Words quotes{
-    "inflation is still too high"_L1,
-    "we need more confidence that inflation is moving sustainably toward 2%"_L1,
-    "rate cuts are not imminent"_L1,
-    "policy is well positioned for what comes next"_L1,
-    "we are not pre-committing to a particular rate path"_L1,
-    "the labour market is cooling, but only gradually"_L1,
-    "a cut at the next meeting is a real possibility"_L1,
-    "there is no rush to ease policy"_L1,
-    "wage growth remains uncomfortably strong"_L1,
-    "recent currency moves are being watched closely"_L1,
-    "further tightening cannot be ruled out"_L1,
-};
-constexpr Words drivers{
-    "the dollar softens after weaker US data"_L1,
-    "Treasury yields climb"_L1,
-    "traders pare Fed rate cut bets"_L1,
-    "risk appetite improves"_L1,
-    "ECB rate cut bets firm"_L1,
-    "hot US inflation data lifts the dollar"_L1,
-    "safe haven demand returns"_L1,
-    "the BoJ keeps policy ultra-loose"_L1,
-    "oil prices slide"_L1,
-    "China stimulus hopes lift commodity currencies"_L1,
-    "month-end flows dominate"_L1,
-    "markets await the FOMC decision"_L1,
-};
-constexpr Words biases{
-    "bulls retain control"_L1, "bears target further losses"_L1, "consolidation continues"_L1,
-    "upside bias intact"_L1, "sellers return"_L1, "recovery gains traction"_L1,
-};
-constexpr Words events{
-    "US CPI data"_L1, "the FOMC decision"_L1, "nonfarm payrolls"_L1, "ECB minutes"_L1, "the BoE rate decision"_L1,
-    "Powell's testimony"_L1, "Eurozone PMI data"_L1, "US retail sales"_L1, "the Jackson Hole symposium"_L1,
-};
-constexpr Words goldDrivers{
-    "US yields retreat"_L1, "central bank buying stays strong"_L1,
-    "geopolitical tensions lift safe haven demand"_L1, "the dollar weakens"_L1, "traders price in Fed cuts"_L1,
-};
-constexpr Words oilDrivers{
-    "OPEC+ signals longer output cuts"_L1, "US crude inventories build unexpectedly"_L1,
-    "Middle East tensions flare"_L1, "demand worries weigh"_L1, "the dollar firms"_L1,
-};
-constexpr Words riskEvents{
-    "Middle East tensions escalate"_L1, "tech stocks tumble"_L1, "China growth worries resurface"_L1,
-    "bond yields surge"_L1, "bank shares slide"_L1,
-};
-constexpr Words reactions{"firmed"_L1, "slipped"_L1, "barely moved"_L1, "jumped"_L1, "extended losses"_L1};
-constexpr Words sessions{"Asian"_L1, "European"_L1, "North American"_L1};
-constexpr Words agencies{"Moody's"_L1, "S&P"_L1, "Fitch"_L1};
-constexpr Words sovereigns{"Italy"_L1, "France"_L1, "Belgium"_L1, "the UK"_L1, "Hungary"_L1};
-constexpr Words grades{"Baa3"_L1, "AA-"_L1, "A+"_L1, "BBB"_L1};
-constexpr Words outlets{
+constexpr QLatin1StringView outlets[]{
     "Reuters"_L1, "Bloomberg"_L1, "CNBC"_L1, "Financial Times"_L1, "FXStreet"_L1, "Forbes"_L1,
     "MarketWatch"_L1, "Yahoo Finance"_L1, "The Wall Street Journal"_L1, "Investing.com"_L1,
-};
-constexpr Words fedSpeakers{
-    "Chair Powell"_L1, "Governor Waller"_L1, "Governor Bowman"_L1, "Vice Chair Jefferson"_L1,
-    "Governor Cook"_L1, "Governor Kugler"_L1, "Vice Chair for Supervision Barr"_L1,
-};
-constexpr Words speechTopics{
-    "The Economic Outlook"_L1, "Monetary Policy and the Labor Market"_L1,
-    "Semiannual Monetary Policy Report to the Congress"_L1, "Financial Stability Considerations"_L1,
-    "Brief Remarks on the Economy and Monetary Policy"_L1, "Inflation Dynamics and the Path of Policy"_L1,
-};
-constexpr Words venues{
-    "Economic Club of New York"_L1, "Brookings Institution"_L1,
-    "Stanford Institute for Economic Policy Research"_L1, "Peterson Institute for International Economics"_L1,
-};
-constexpr Words ups{"rise"_L1, "climb"_L1, "gain"_L1};
-constexpr Words downs{"fall"_L1, "slip"_L1, "drop"_L1};
-
-// ---------------------------------------------------------------------------
-// Headline templates: "{name}" is replaced from the scene drawn for the slot.
-
-enum class Topic {
-    CentralBanks, Fed, Ecb, Data, Pairs, EurUsd, Commodities, RiskMood, Shocks,
-    Economy, Markets, FedReleases, FedSpeeches, BojReleases, Technicals,
-};
-
-struct Template
-{
-    QLatin1StringView headline;
-    QLatin1StringView summary;
-};
-
-using Templates = std::initializer_list<Template>;
-
-constexpr Templates bankTemplates{
-    {"{bank} leaves rates unchanged at {rate}, as expected"_L1,
-     "The {bankLong} kept its policy rate at {rate}. {official} said future decisions will depend on incoming data."_L1},
-    {"{bank} cuts interest rate by 25 bp to {rateCut}"_L1,
-     "The {bankLong} lowered its key rate for the first time in the cycle. The {currency} slipped as traders priced in further easing."_L1},
-    {"{bank}'s {official}: {quote}"_L1,
-     "{official} said on {weekday} that {quote}. Markets trimmed bets on a near-term policy change."_L1},
-    {"{bank} minutes show officials split on timing of rate cuts"_L1,
-     "Minutes of the latest {bankLong} meeting showed policymakers divided over how long to keep rates at {rate}."_L1},
-    {"{bank} rate decision preview: hold at {rate} expected, guidance in focus"_L1,
-     "Economists expect the {bankLong} to stay on hold. The {currency} could move on any change in forward guidance."_L1},
-    {"{official} speech: {bank} to keep monetary policy restrictive for some time"_L1,
-     "{official} told an audience at the {venue} that {quote}."_L1},
-};
-constexpr Templates fedTemplates{
-    {"FOMC holds fed funds rate at 5.25%-5.50%, signals fewer cuts this year"_L1,
-     "The Federal Reserve left rates unchanged for a sixth straight meeting. The dot plot now shows one cut in 2024."_L1},
-    {"Federal Reserve rate decision: Powell says {quote}"_L1,
-     "At the press conference Powell said {quote}. The dollar {reaction} as Treasury yields {yieldsMove}."_L1},
-    {"Fed's {official}: {quote}"_L1,
-     "{official} said on {weekday} that {quote}. Fed funds futures price fewer cuts this year."_L1},
-    {"FOMC minutes: officials saw risks to inflation skewed to the upside"_L1,
-     "Participants judged it appropriate to hold the target range until they gain greater confidence on inflation."_L1},
-    {"Traders pare bets on a Fed rate cut before the next FOMC meeting"_L1,
-     "Futures now imply about {percent} cuts by December after {event}."_L1},
-};
-constexpr Templates ecbTemplates{
-    {"ECB's Lagarde: June rate cut on the table if data confirm disinflation"_L1,
-     "Lagarde said the Governing Council is data dependent, not Fed dependent. EUR/USD traded near {level}."_L1},
-    {"ECB interest rate decision: deposit rate held at 4.00%"_L1,
-     "The European Central Bank kept its three key interest rates unchanged and repeated that it will follow a data-dependent approach."_L1},
-    {"ECB's {official}: {quote}"_L1,
-     "{official} said on {weekday} that {quote}. EUR/USD held near {level}."_L1},
-    {"ECB accounts show broad support for a rate cut in June"_L1,
-     "Policymakers agreed the case for lowering rates was strengthening, the accounts of the April meeting showed."_L1},
-    {"Euro slips as ECB rate cut bets firm after soft inflation data"_L1,
-     "Money markets price about {percent} cuts this year; EUR/USD eased toward {levelDown}."_L1},
-};
-constexpr Templates dataTemplates{
-    {"{country} {month} {indicator} {actual} vs {expected} expected"_L1,
-     "<b>Prior</b> {prior}. The {dataCurrency} {reaction} after the release."_L1},
-    {"{country} {indicator} comes in {aboveBelow} forecasts at {actual}"_L1,
-     "Economists had expected {expected}, after {prior} the month before. The {dataCurrency} {reaction}."_L1},
-    {"Breaking: US nonfarm payrolls {payrolls}K vs {payrollsExpected}K expected"_L1,
-     "The unemployment rate was {unemployment}%. Average hourly earnings rose {earnings}% m/m."_L1},
-};
-constexpr Templates pairTemplates{
-    {"{pair} climbs to {level} as {driver}"_L1,
-     "{pair} trades around {level} in the {session} session. Resistance is seen at {levelUp}, support at {levelDown}."_L1},
-    {"{pair} slips below {level} as {driver}"_L1,
-     "The pair extends its pullback toward {levelDown}. A break would expose the weekly low."_L1},
-    {"{pair} Price Forecast: {bias} above {level}"_L1,
-     "{pair} holds above {level} in the {session} session; the next hurdle is {levelUp}."_L1},
-    {"{pair} holds near {level} ahead of {event}"_L1,
-     "Traders stay cautious before {event}. Implied volatility in {pair} ticked higher."_L1},
-    {"{pair} technical analysis: {bias} while {level} holds"_L1,
-     "The 50-day moving average near {levelDown} offers support; {levelUp} caps the upside."_L1},
-};
-constexpr Templates commodityTemplates{
-    {"Gold price rises to ${gold} as {goldDriver}"_L1,
-     "XAU/USD gained {percent}% on the day as {goldDriver}."_L1},
-    {"Gold slips from record high as Treasury yields rise"_L1,
-     "Spot gold fell to ${gold} an ounce; the dollar index edged higher."_L1},
-    {"Oil prices {oilMove} {percent}% as {oilDriver}"_L1,
-     "Brent crude traded near ${brent} a barrel, WTI near ${oil}. The crude move fed into CAD and NOK."_L1},
-    {"WTI crude tops ${oil} a barrel as {oilDriver}"_L1,
-     "Oil price gains lifted the Canadian dollar; USD/CAD slipped toward {cadLevel}."_L1},
-};
-constexpr Templates riskTemplates{
-    {"Risk-off: yen and Swiss franc gain as {riskEvent}"_L1,
-     "Safe haven currencies outperformed while equity futures fell."_L1},
-    {"Risk-on mood lifts Aussie and kiwi as {driver}"_L1,
-     "Commodity currencies led gains; USD/JPY rose as the yen lost its safe haven bid."_L1},
-    {"Safe haven demand returns as {riskEvent}"_L1,
-     "Gold and the yen rose; Treasury yields fell across the curve."_L1},
-    {"Forex live: {currency} steady in quiet {session} session"_L1,
-     "Ranges were narrow with few data releases; {pair} held near {level}."_L1},
-    {"Dollar {usdMove}s as Treasury yields {yieldsMove}; stocks {stocksMove}"_L1,
-     "The dollar index tracked US yields as equity markets digested the move."_L1},
-};
-constexpr Templates shockTemplates{
-    {"Japan confirms yen intervention after USD/JPY tops {jpyLevel}"_L1,
-     "The Ministry of Finance said it had sold dollars; USD/JPY dropped more than 400 pips within an hour."_L1},
-    {"Unscheduled {bank} meeting called as {currency} slides"_L1,
-     "The {bankLong} said it is ready to act; the {currency} fell to a multi-year low."_L1},
-    {"Emergency liquidity operation: {bank} steps in as funding stress spreads"_L1,
-     "Bank shares fell and money market rates spiked; traders fear a liquidity crisis."_L1},
-    {"New sanctions on Russian energy exports jolt oil and the euro"_L1,
-     "Brent jumped {percent}% while EUR/USD fell toward {levelDown}."_L1},
-    {"Credit downgrade: {agency} cuts {sovereign} to {grade}, outlook negative"_L1,
-     "Bond spreads widened after the move; analysts warn of a debt crisis if deficits persist."_L1},
-    {"Surprise {bank} rate hike sends the {currency} sharply higher"_L1,
-     "Markets had priced no change; {official} cited persistent inflation."_L1},
-};
-constexpr Templates economyTemplates{
-    {"UK inflation falls to {cpi}%, lowest in nearly three years"_L1,
-     "Lower energy bills pulled prices down; economists now expect the Bank of England to cut rates this summer."_L1},
-    {"Mortgage rates climb again as hopes of early rate cuts fade"_L1,
-     "Lenders raised fixed-rate deals after swap rates moved higher."_L1},
-    {"US economy grew at a {gdp}% annual rate in the first quarter"_L1,
-     "Consumer spending slowed but business investment held up, the Commerce Department said."_L1},
-    {"Consumer confidence slips to a three-month low"_L1,
-     "Households grew more worried about prices and the job market, the survey showed."_L1},
-    {"Housing market cools as borrowing costs bite"_L1,
-     "Sales of existing homes fell for a second month as mortgage rates stayed near 7%."_L1},
-    {"Recession fears ease as jobs market holds up"_L1,
-     "Employers kept hiring despite high interest rates, easing worries about a downturn."_L1},
-    {"Wage growth slows, giving the {bank} room to cut"_L1,
-     "Pay growth eased to its slowest pace in two years, a welcome sign for the {bankLong}."_L1},
-    {"Pound rises as UK economy exits recession"_L1,
-     "GDP grew {gdpQuarter}% in the first quarter, ending a shallow recession."_L1},
-};
-constexpr Templates marketTemplates{
-    {"Stocks {stocksMove} as Treasury yields {yieldsMove} after {event}"_L1,
-     "The S&P 500 moved {percent}% while the 10-year yield traded near {yield}%."_L1},
-    {"Dow {stocksMove}s {points} points; Nasdaq {stocksMove}s"_L1,
-     "Investors weighed earnings against the outlook for interest rates."_L1},
-    {"Treasury yields {yieldsMove} ahead of {event}"_L1,
-     "The 10-year yield was near {yield}%, the 2-year near {yield2}%."_L1},
-    {"Dollar index {usdMove}s as traders weigh {event}"_L1,
-     "The DXY traded near {dxy}; EUR/USD held around {level}."_L1},
-    {"S&P 500 hits record as rate cut hopes return"_L1,
-     "Softer inflation data revived bets on Fed easing."_L1},
-};
-constexpr Templates fedReleaseTemplates{
-    {"Federal Reserve issues FOMC statement"_L1,
-     "The Committee decided to maintain the target range for the federal funds rate at 5-1/4 to 5-1/2 percent."_L1},
-    {"Minutes of the Federal Open Market Committee, {meeting}"_L1,
-     "The Federal Reserve released the minutes of the Committee meeting held on {meeting}."_L1},
-    {"Federal Reserve Board announces approval of discount rate actions"_L1,
-     "The Board approved actions taken by the boards of directors of the Reserve Banks."_L1},
-    {"Federal Reserve Board and Federal Open Market Committee release economic projections"_L1,
-     "Projections of FOMC participants for GDP growth, unemployment and inflation."_L1},
-};
-constexpr Templates fedSpeechTemplates{
-    {"{fedSpeaker}, {speechTopic}"_L1, "Speech at the {venue}."_L1},
-};
-constexpr Templates bojTemplates{
-    {"Statement on Monetary Policy"_L1,
-     "The Bank decided to keep the short-term policy interest rate at around 0 to 0.1 percent."_L1},
-    {"Summary of Opinions at the Monetary Policy Meeting"_L1,
-     "Opinions presented at the meeting on the outlook for economic activity and prices."_L1},
-    {"Outline of Outright Purchases of Japanese Government Bonds"_L1,
-     "Purchase amounts by remaining maturity for the coming quarter."_L1},
-    {"Speech by Governor Ueda at the {venue}"_L1, "Japan's Economy and Monetary Policy."_L1},
-    {"Outlook for Economic Activity and Prices"_L1,
-     "The Bank's view on growth and inflation; risks to prices are skewed to the upside."_L1},
-};
-constexpr Templates technicalTemplates{
-    {"{pair} Daily Outlook"_L1,
-     "Daily Pivots: (S1) {levelDown}; (P) {level}; (R1) {levelUp}. Intraday bias stays neutral for now."_L1},
-    {"{pair} Mid-Day Outlook"_L1, "Intraday bias remains on the upside while {levelDown} support holds."_L1},
-    {"{pair} Weekly Outlook"_L1, "Initial bias is neutral this week; a break of {levelUp} resumes the rise."_L1},
-    {"{Currency} Steady as Markets Await {event}"_L1,
-     "Major pairs traded in tight ranges; {pair} stayed near {level}."_L1},
-};
-
-Templates templatesFor(Topic topic)
-{
-    switch (topic) {
-    case Topic::CentralBanks: return bankTemplates;
-    case Topic::Fed: return fedTemplates;
-    case Topic::Ecb: return ecbTemplates;
-    case Topic::Data: return dataTemplates;
-    case Topic::Pairs:
-    case Topic::EurUsd: return pairTemplates;
-    case Topic::Commodities: return commodityTemplates;
-    case Topic::RiskMood: return riskTemplates;
-    case Topic::Shocks: return shockTemplates;
-    case Topic::Economy: return economyTemplates;
-    case Topic::Markets: return marketTemplates;
-    case Topic::FedReleases: return fedReleaseTemplates;
-    case Topic::FedSpeeches: return fedSpeechTemplates;
-    case Topic::BojReleases: return bojTemplates;
-    case Topic::Technicals: break;
-    }
-    return technicalTemplates;
-}
-
-QString number(double value, int decimals)
-{
-    // No "-0.0" for a value that rounds to zero.
-    if (std::abs(value) < 0.5 * std::pow(10.0, -decimals))
-        value = 0;
-    return QLocale::c().toString(value, 'f', decimals);
-}
-
-// Everything one headline may mention, drawn in a fixed order so that a slot
-// always reads the same, whatever its template uses.
-class Scene
-{
-public:
-    Scene(Rng &rng, Topic topic, const QDateTime &published)
-        : m_published(published),
-          m_bank(banks[topic == Topic::Fed ? fed : topic == Topic::Ecb ? ecb : rng.pick(bankDraw)]),
-          m_official(rng.pick(m_bank.officials)),
-          m_pair(pairs[topic == Topic::EurUsd ? 0 : rng.below(std::size(pairs))]),
-          m_indicator(rng.pick(indicators)),
-          m_levelFactor(rng.between(0.985, 1.015)),
-          m_actual(m_indicator.typical + m_indicator.spread * rng.between(-1, 1)),
-          m_expected(m_indicator.typical + m_indicator.spread * rng.between(-0.5, 0.5)),
-          m_prior(m_indicator.typical + m_indicator.spread * rng.between(-1, 1)),
-          m_percent(rng.between(0.2, 2.8)),
-          m_up(rng.below(2) == 0),
-          m_stocksUp(rng.below(2) == 0),
-          m_words{rng.pick(quotes), rng.pick(drivers), rng.pick(biases), rng.pick(events), rng.pick(goldDrivers),
-                  rng.pick(oilDrivers), rng.pick(riskEvents), rng.pick(reactions), rng.pick(sessions),
-                  rng.pick(agencies), rng.pick(sovereigns), rng.pick(grades), rng.pick(fedSpeakers),
-                  rng.pick(speechTopics), rng.pick(venues), rng.pick(m_up ? ups : downs)},
-          m_noise(rng.unit())
-    {
-        const Templates templates = templatesFor(topic);
-        m_template = *(templates.begin() + rng.below(templates.size()));
-    }
-
-    QString headline() const { return fill(m_template.headline); }
-    QString summary() const { return fill(m_template.summary); }
-
-private:
-    enum Word { Quote, Driver, Bias, Event, GoldDriver, OilDriver, RiskEvent, Reaction, Session, Agency,
-                Sovereign, Grade, FedSpeaker, SpeechTopic, Venue, Move, WordCount };
-
-    QString level(double pips) const
-    {
-        const double pip = m_pair.decimals == 2 ? 0.01 : 0.0001;
-        return number(m_pair.price * m_levelFactor + pips * pip, m_pair.decimals);
-    }
-
-    QString indicatorValue(double value) const
-    {
-        const QString text = number(value, m_indicator.decimals) + m_indicator.unit;
-        return m_indicator.unit == "K"_L1 && value > 0 ? u'+' + text : text;
-    }
-
-    QString token(QStringView name) const
-    {
-        const auto word = [this](Word w) { return QString(m_words[w]); };
-        if (name == u"bank") return m_bank.name;
-        if (name == u"bankLong") return m_bank.longName;
-        if (name == u"currency") return m_bank.currency;
-        if (name == u"Currency") return QString(m_bank.currency).replace(0, 1, QString(m_bank.currency).at(0).toUpper());
-        if (name == u"official") return m_official;
-        if (name == u"rate") return number(m_bank.rate, 2) + u'%';
-        if (name == u"rateCut") return number(m_bank.rate - 0.25, 2) + u'%';
-        if (name == u"quote") return word(Quote);
-        if (name == u"pair") return m_pair.symbol;
-        if (name == u"level") return level(0);
-        if (name == u"levelUp") return level(50);
-        if (name == u"levelDown") return level(-50);
-        if (name == u"driver") return word(Driver);
-        if (name == u"bias") return word(Bias);
-        if (name == u"event") return word(Event);
-        if (name == u"country") return m_indicator.country;
-        if (name == u"indicator") return m_indicator.name;
-        if (name == u"actual") return indicatorValue(m_actual);
-        if (name == u"expected") return indicatorValue(m_expected);
-        if (name == u"prior") return indicatorValue(m_prior);
-        if (name == u"aboveBelow") return m_actual >= m_expected ? u"above"_s : u"below"_s;
-        if (name == u"reaction") return word(Reaction);
-        if (name == u"month") return QLocale::c().monthName(m_published.date().addMonths(-1).month());
-        if (name == u"weekday") return QLocale::c().dayName(m_published.date().dayOfWeek());
-        if (name == u"dataCurrency") return m_indicator.currency;
-        if (name == u"payrolls") return number(90 + m_noise * 180, 0);
-        if (name == u"payrollsExpected") return number(150 + m_percent * 20, 0);
-        if (name == u"unemployment") return number(3.7 + m_noise * 0.3, 1);
-        if (name == u"earnings") return number(0.2 + m_noise * 0.2, 1);
-        if (name == u"session") return word(Session);
-        if (name == u"gold") return number(2300 + m_noise * 120, 0);
-        if (name == u"oil") return number(78 + m_noise * 8, 2);
-        if (name == u"brent") return number(82 + m_noise * 8, 2);
-        if (name == u"cadLevel") return number(1.3650 * m_levelFactor, 4);
-        if (name == u"percent") return number(m_percent, 1);
-        if (name == u"goldDriver") return word(GoldDriver);
-        if (name == u"oilDriver") return word(OilDriver);
-        if (name == u"oilMove") return word(Move);
-        if (name == u"riskEvent") return word(RiskEvent);
-        if (name == u"usdMove") return m_up ? u"gain"_s : u"slip"_s;
-        if (name == u"yieldsMove") return m_up ? u"rise"_s : u"fall"_s;
-        if (name == u"stocksMove") return m_stocksUp ? u"rise"_s : u"fall"_s;
-        if (name == u"points") return number(100 + m_noise * 400, 0);
-        if (name == u"yield") return number(4.3 + m_noise * 0.4, 2);
-        if (name == u"yield2") return number(4.8 + m_noise * 0.3, 2);
-        if (name == u"dxy") return number(105 * m_levelFactor, 2);
-        if (name == u"jpyLevel") return number(158 + m_noise * 4, 2);
-        if (name == u"agency") return word(Agency);
-        if (name == u"sovereign") return word(Sovereign);
-        if (name == u"grade") return word(Grade);
-        if (name == u"cpi") return number(2.0 + m_noise * 1.5, 1);
-        if (name == u"gdp") return number(1.2 + m_noise * 2.0, 1);
-        if (name == u"gdpQuarter") return number(0.1 + m_noise * 0.5, 1);
-        if (name == u"meeting") return QLocale::c().toString(m_published.date().addDays(-21), u"MMMM d, yyyy"_s);
-        if (name == u"fedSpeaker") return word(FedSpeaker);
-        if (name == u"speechTopic") return word(SpeechTopic);
-        if (name == u"venue") return word(Venue);
-        return u'{' + name.toString() + u'}';
-    }
-
-    QString fill(QLatin1StringView text) const
-    {
-        const QString source(text);
-        QString result;
-        qsizetype i = 0;
-        while (i < source.size()) {
-            const qsizetype open = source.indexOf(u'{', i);
-            const qsizetype close = open < 0 ? -1 : source.indexOf(u'}', open);
-            if (close < 0)
-                break;
-            result += QStringView(source).sliced(i, open - i);
-            result += token(QStringView(source).sliced(open + 1, close - open - 1));
-            i = close + 1;
-        }
-        result += QStringView(source).sliced(i);
-        return result;
-    }
-
-    QDateTime m_published;
-    const Bank &m_bank;
-    QLatin1StringView m_official;
-    const Pair &m_pair;
-    const Indicator &m_indicator;
-    double m_levelFactor;
-    double m_actual;
-    double m_expected;
-    double m_prior;
-    double m_percent;
-    bool m_up;
-    bool m_stocksUp;
-    QLatin1StringView m_words[WordCount];
-    double m_noise;
-    Template m_template;
 };
 
 // ---------------------------------------------------------------------------
@@ -653,25 +141,6 @@ int totalWeight()
     return sum;
 }
 
-// The feed a slot of the stream belongs to; the rest of the slot's draws
-// make its story.
-int feedOf(Rng &rng)
-{
-    static const int total = totalWeight();
-    int draw = rng.below(total);
-    for (int i = 0; i < feedCount; ++i) {
-        draw -= profiles[i].weight;
-        if (draw < 0)
-            return i;
-    }
-    return feedCount - 1;
-}
-
-Rng slotRng(quint64 seed, qint64 slot)
-{
-    return Rng(seed ^ (quint64(slot) * 0xD1B54A32D192ED03ull));
-}
-
 QString offsetText(int minutes, bool withColon)
 {
     const int magnitude = std::abs(minutes);
@@ -723,7 +192,32 @@ QString slugOf(const QString &headline)
     return slug;
 }
 
-struct Story
+int feedIndex(QLatin1StringView path)
+{
+    for (int i = 0; i < feedCount; ++i) {
+        if (profiles[i].path == path && profiles[i].search.isEmpty())
+            return i;
+    }
+    return 0;
+}
+
+// Releases with figures, and decisions and speeches of some weight, make news.
+bool reported(const MarketEvent &event)
+{
+    return event.timing != MarketEvent::Timing::AllDay
+           && (event.hasFigures || event.impact == "High"_L1 || event.impact == "Medium"_L1);
+}
+
+// A report due in a slot: of a release, or of the market's reaction to it.
+struct ReleaseStory
+{
+    MarketEvent event;
+    bool reaction = false;
+    int feed = 0;
+};
+
+// One item of a feed document.
+struct FeedItem
 {
     qint64 slot;
     QDateTime published;
@@ -732,29 +226,343 @@ struct Story
     QString summary;
 };
 
-Story storyFor(const FeedProfile &profile, qint64 slot, Rng &rng, const QDateTime &published)
+constexpr int candidatesPerSlot = 8;
+constexpr qint64 dayMs = 86'400'000;
+
+} // namespace
+
+// The stream's slots, made on demand and kept while the clock moves on.
+// Each slot draws a few candidate stories in order. It publishes its first
+// unless an earlier slot within the hour drew the same first title (or, within
+// a screen's span, a first story of the same make: template and subject, quote
+// or reason). Otherwise it publishes a later candidate that no slot within
+// the hour has drawn at that rank or before. A slot's choice thus depends
+// only on what its neighbours drew, never on what they chose: no chain runs
+// back through the stream, and the stream reads the same however it is
+// entered. Two slots within the hour never publish the same title: two firsts
+// cannot (the later yields), and a later rank is one nobody near drew as
+// early.
+class HeadlineSlots
 {
-    const Topic topic = *(profile.topics.begin() + rng.below(profile.topics.size()));
-    const Scene scene(rng, topic, published);
-    Story story{slot, published, scene.headline(), {}, scene.summary()};
+public:
+    // A slot that drew a story (or motif) at a rank.
+    struct Holder
+    {
+        qint64 slot;
+        int rank;
+    };
+
+    struct Slot
+    {
+        int feed = 0;
+        QDateTime published;
+        QList<Story> candidates;
+        QList<size_t> keys;           // of the candidates' titles
+        QList<QList<size_t>> motifs;  // of each candidate's motifs
+        int chosen = -1; // -2: every candidate taken nearby; the first with its time added (rare)
+    };
+
+    explicit HeadlineSlots(const SimulatorOptions &options) : m_options(options), m_prices(options) {}
+
+    QMutex &mutex() { return m_mutex; }
+
+    double slotMs() const { return 60'000.0 / std::max(m_options.newsPerMinute, 0.001); }
+    // Slots within an hour of each other.
+    qint64 window() const { return std::min<qint64>(qint64(std::ceil(3'600'000.0 / slotMs())) + 1, 720); }
+    // Slots that share a screen: twelve minutes.
+    qint64 screen() const { return std::min<qint64>(qint64(std::ceil(720'000.0 / slotMs())) + 1, 144); }
+
+    int feedOf(qint64 k)
+    {
+        if (const ReleaseStory *release = releaseAt(k))
+            return release->feed;
+        Rng rng = slotRng(k);
+        return drawFeed(rng);
+    }
+
+    // Makes every slot in [from, to] that is not made yet.
+    void make(qint64 from, qint64 to)
+    {
+        // Kept while contiguous and within bounds; a jump or a long run starts afresh.
+        if (m_made) {
+            const qint64 added = std::max<qint64>(0, m_lo - from) + std::max<qint64>(0, to - m_hi);
+            if (from < m_lo - 4 * window() || to > m_hi + 4 * window()
+                || m_slots.size() + added > std::max<qint64>(40'000, to - from + 1))
+                forget();
+        }
+        if (!m_made) {
+            m_lo = from;
+            m_hi = from - 1;
+            m_made = true;
+        }
+        for (qint64 k = from; k < m_lo; ++k)
+            add(k);
+        for (qint64 k = std::max(m_hi + 1, from); k <= to; ++k)
+            add(k);
+        m_lo = std::min(m_lo, from);
+        m_hi = std::max(m_hi, to);
+    }
+
+    // The slot with its story chosen; its neighbours must be made.
+    const Slot &resolved(qint64 k)
+    {
+        make(k - window(), k + window());
+        Slot &slot = m_slots[k];
+        if (slot.chosen != -1)
+            return slot;
+        const auto clear = [&](const QHash<size_t, QList<Holder>> &index, size_t key, qint64 distance, int rank,
+                               bool earlierOnly) {
+            const QList<Holder> holders = index.value(key);
+            return std::none_of(holders.cbegin(), holders.cend(), [&](const Holder &holder) {
+                return holder.slot != k && std::abs(holder.slot - k) <= distance && holder.rank <= rank
+                       && (!earlierOnly || holder.slot < k);
+            });
+        };
+        const auto plain = [&](int rank, bool earlierOnly) {
+            const QList<size_t> &motifs = slot.motifs[rank];
+            return std::all_of(motifs.cbegin(), motifs.cend(),
+                               [&](size_t key) { return clear(m_motifIndex, key, screen(), 0, earlierOnly); });
+        };
+        slot.chosen = -2;
+        if (clear(m_index, slot.keys[0], window(), 0, true) && plain(0, true)) {
+            slot.chosen = 0;
+            return slot;
+        }
+        int fallback = -2;
+        for (int rank = 1; rank < slot.keys.size() && slot.chosen == -2; ++rank) {
+            if (!clear(m_index, slot.keys[rank], window(), rank, false))
+                continue;
+            if (plain(rank, false))
+                slot.chosen = rank;
+            else if (fallback == -2)
+                fallback = rank;
+        }
+        if (slot.chosen == -2)
+            slot.chosen = fallback;
+        if (slot.chosen == -2)
+            chooseBeyond(k, slot);
+        return slot;
+    }
+
+    static Story chosenStory(const Slot &slot)
+    {
+        if (slot.chosen >= 0)
+            return slot.candidates[slot.chosen];
+        Story story = slot.candidates.value(0);
+        story.title += QLocale::c().toString(slot.published, u" '('HH:mm 'GMT)'"_s);
+        return story;
+    }
+
+private:
+    Rng slotRng(qint64 slot) const { return Rng(m_options.seed ^ (quint64(slot) * 0xD1B54A32D192ED03ull)); }
+
+    // The feed a slot of the stream belongs to, by the feeds' shares.
+    static int drawFeed(Rng &rng)
+    {
+        static const int total = totalWeight();
+        int draw = rng.below(total);
+        for (int i = 0; i < feedCount; ++i) {
+            draw -= profiles[i].weight;
+            if (draw < 0)
+                return i;
+        }
+        return feedCount - 1;
+    }
+
+    void forget()
+    {
+        m_slots.clear();
+        m_index.clear();
+        m_motifIndex.clear();
+        m_made = false;
+    }
+
+    void add(qint64 k)
+    {
+        Slot slot;
+        Rng rng = slotRng(k);
+        slot.feed = drawFeed(rng);
+        // Up to 90% of a slot early, so that times do not all fall on the grid.
+        const qint64 nominal = qint64(double(k) * slotMs());
+        slot.published = QDateTime::fromMSecsSinceEpoch(nominal - qint64(rng.unit() * 0.9 * slotMs()), QTimeZone::utc());
+        if (const ReleaseStory *release = releaseAt(k)) {
+            slot.feed = release->feed;
+            slot.published = QDateTime::fromMSecsSinceEpoch(nominal, QTimeZone::utc());
+        }
+        const StoryContext context = contextAt(slot.published);
+        for (int rank = 0; rank < candidatesPerSlot; ++rank)
+            slot.candidates.append(candidate(k, slot, rank, context));
+        for (int rank = 0; rank < slot.candidates.size(); ++rank) {
+            const Story &story = slot.candidates[rank];
+            slot.keys.append(qHash(story.title));
+            m_index[slot.keys.last()].append({k, rank});
+            QList<size_t> motifs;
+            for (const QString &motif : story.motifs) {
+                motifs.append(qHash(motif));
+                m_motifIndex[motifs.last()].append({k, rank});
+            }
+            slot.motifs.append(motifs);
+        }
+        m_slots.insert(k, std::move(slot));
+    }
+
+    // The story a slot draws at `rank`.
+    Story candidate(qint64 k, const Slot &slot, int rank, const StoryContext &context)
+    {
+        if (const ReleaseStory *release = releaseAt(k))
+            return storyOfRelease(release->event, release->reaction, rank, slot.published, context);
+        const FeedProfile &profile = profiles[slot.feed];
+        Rng story(mix(m_options.seed ^ quint64(k) * 0x9E3779B97F4A7C15ULL) + quint64(rank) * 0xD6E8FEB86659FD93ULL);
+        const Topic topic = *(profile.topics.begin() + story.below(profile.topics.size()));
+        return storyAbout(topic, story, slot.published, context);
+    }
+
+    // When every drawn candidate is taken nearby: further draws that nobody
+    // near drew at all. Unlike the ranked ones, two such draws could meet, but
+    // it takes two rare slots drawing the same story within the hour.
+    void chooseBeyond(qint64 k, Slot &slot)
+    {
+        const StoryContext context = contextAt(slot.published);
+        for (int rank = candidatesPerSlot; rank < 3 * candidatesPerSlot; ++rank) {
+            Story story = candidate(k, slot, rank, context);
+            const QList<Holder> holders = m_index.value(qHash(story.title));
+            if (std::none_of(holders.cbegin(), holders.cend(),
+                             [&](const Holder &holder) { return std::abs(holder.slot - k) <= window(); })) {
+                slot.candidates.append(std::move(story));
+                slot.chosen = int(slot.candidates.size()) - 1;
+                return;
+            }
+        }
+    }
+
+    // The releases of a UTC day, computed once.
+    const QList<MarketEvent> &releasesOn(qint64 day)
+    {
+        if (const auto found = m_releases.constFind(day); found != m_releases.constEnd())
+            return *found;
+        if (m_releases.size() > 40)
+            m_releases.clear();
+        const QDateTime start = QDateTime::fromMSecsSinceEpoch(day * dayMs, QTimeZone::utc());
+        return *m_releases.insert(day, MarketEvents::releasedBetween(m_options.seed, start, start.addDays(1)));
+    }
+
+    QList<MarketEvent> releasesBetween(const QDateTime &from, const QDateTime &to)
+    {
+        QList<MarketEvent> result;
+        for (qint64 day = from.toMSecsSinceEpoch() / dayMs; day <= to.toMSecsSinceEpoch() / dayMs; ++day) {
+            for (const MarketEvent &event : releasesOn(day)) {
+                if (from <= event.at && event.at < to)
+                    result.append(event);
+            }
+        }
+        return result;
+    }
+
+    StoryContext contextAt(const QDateTime &published)
+    {
+        StoryContext context{m_prices, releasesBetween(published.addSecs(-6 * 3600), published), std::nullopt};
+        for (const MarketEvent &event : releasesBetween(published.addSecs(1), published.addSecs(36 * 3600))) {
+            if (event.isHigh() && event.timing == MarketEvent::Timing::Timed) {
+                context.next = event;
+                break;
+            }
+        }
+        return context;
+    }
+
+    // Where the reports of a day's releases go: the release a few seconds
+    // after it (several at one time one after the other), the reaction to a
+    // high-impact one four minutes later.
+    const QHash<qint64, ReleaseStory> &reportsOn(qint64 day)
+    {
+        if (const auto found = m_reports.constFind(day); found != m_reports.constEnd())
+            return *found;
+        if (m_reports.size() > 40)
+            m_reports.clear();
+        const QDateTime start = QDateTime::fromMSecsSinceEpoch(day * dayMs, QTimeZone::utc());
+        const QList<MarketEvent> events = releasesBetween(start.addSecs(-1800), start.addDays(1));
+        QHash<qint64, ReleaseStory> reports;
+        const auto place = [&](const QDateTime &at, int offsetSeconds, int order, ReleaseStory story) {
+            qint64 slot = qint64(std::ceil(double(at.toMSecsSinceEpoch() + offsetSeconds * 1000) / slotMs())) + order;
+            while (reports.contains(slot))
+                ++slot;
+            reports.insert(slot, std::move(story));
+        };
+        const auto alternate = [&](const MarketEvent &event, int first, int second) {
+            return (mix(m_options.seed ^ quint64(event.at.toSecsSinceEpoch()) ^ qHash(event.title)) & 1) ? first : second;
+        };
+        int order = 0;
+        for (qsizetype i = 0; i < events.size(); ++i) {
+            const MarketEvent &event = events[i];
+            if (!reported(event))
+                continue;
+            order = i > 0 && events[i - 1].at == event.at ? order + 1 : 0;
+            const bool policy = !event.hasFigures || event.spread == 0;
+            const int feed = event.title == "FOMC Statement"_L1 ? feedIndex("/feeds/press_monetary.xml"_L1)
+                : policy ? feedIndex("/feed/centralbank/"_L1)
+                         : alternate(event, feedIndex("/feed/news/"_L1), feedIndex("/news/feed"_L1));
+            place(event.at, 20, order, {event, false, feed});
+        }
+        QStringList reacted;
+        for (const MarketEvent &event : events) {
+            const QString group = event.currency + event.at.toString(Qt::ISODate);
+            if (!event.isHigh() || event.timing != MarketEvent::Timing::Timed || reacted.contains(group))
+                continue;
+            const int sameTime = int(std::count_if(reacted.cbegin(), reacted.cend(), [&](const QString &other) {
+                return other.endsWith(event.at.toString(Qt::ISODate));
+            }));
+            reacted.append(group);
+            place(event.at, 240, sameTime,
+                  {event, true, alternate(event, feedIndex("/news/feed"_L1), feedIndex("/feeds/forex-market-news"_L1))});
+        }
+        return *m_reports.insert(day, reports);
+    }
+
+    const ReleaseStory *releaseAt(qint64 k)
+    {
+        const qint64 day = qint64(std::floor(double(k) * slotMs() / dayMs));
+        const QHash<qint64, ReleaseStory> &reports = reportsOn(day);
+        const auto found = reports.constFind(k);
+        return found == reports.constEnd() ? nullptr : &*found;
+    }
+
+    const SimulatorOptions &m_options;
+    PriceQuotes m_prices;
+    QMutex m_mutex;
+    QHash<qint64, Slot> m_slots;
+    QHash<size_t, QList<Holder>> m_index; // a candidate's title -> the slots that drew it
+    QHash<size_t, QList<Holder>> m_motifIndex;
+    qint64 m_lo = 0;
+    qint64 m_hi = -1;
+    bool m_made = false;
+    QHash<qint64, QList<MarketEvent>> m_releases;
+    QHash<qint64, QHash<qint64, ReleaseStory>> m_reports;
+};
+
+namespace {
+
+FeedItem itemFor(const FeedProfile &profile, qint64 slot, const HeadlineSlots::Slot &made)
+{
+    const Story story = HeadlineSlots::chosenStory(made);
+    FeedItem item{slot, made.published, story.title, {}, story.summary};
     if (!profile.search.isEmpty()) {
         // Google appends the outlet and links to its own redirect page.
-        story.title += u" - "_s + QString(rng.pick(outlets));
-        story.link = u"https://news.google.com/rss/articles/CBMi%1?oc=5"_s.arg(quint64(slot) * 2654435761u, 0, 36);
+        item.title += u" - "_s + QString(outlets[mix(quint64(slot)) % std::size(outlets)]);
+        item.link = u"https://news.google.com/rss/articles/CBMi%1?oc=5"_s.arg(quint64(slot) * 2654435761u, 0, 36);
     } else {
         QString path = profile.linkPath;
-        path.replace(u"{date}"_s, published.toString(u"yyyy/MM/dd"_s));
-        path.replace(u"{slug}"_s, slugOf(scene.headline()));
+        path.replace(u"{date}"_s, made.published.toString(u"yyyy/MM/dd"_s));
+        path.replace(u"{slug}"_s, slugOf(story.title));
         path.replace(u"{k}"_s, QString::number(slot));
-        story.link = QString(profile.site) + path;
+        item.link = QString(profile.site) + path;
     }
-    return story;
+    return item;
 }
 
 // ---------------------------------------------------------------------------
 // Writing the documents.
 
-void writeBody(QXmlStreamWriter &xml, const QString &element, const FeedProfile &profile, const Story &story)
+void writeBody(QXmlStreamWriter &xml, const QString &element, const FeedProfile &profile, const FeedItem &story)
 {
     switch (profile.body) {
     case Body::Absent:
@@ -779,14 +587,14 @@ void writeBody(QXmlStreamWriter &xml, const QString &element, const FeedProfile 
     }
 }
 
-void writeFullText(QXmlStreamWriter &xml, const QString &element, const Story &story)
+void writeFullText(QXmlStreamWriter &xml, const QString &element, const FeedItem &story)
 {
     xml.writeStartElement(element);
     xml.writeCDATA(u"<p>"_s + story.summary + u"</p><p>More to follow.</p>"_s);
     xml.writeEndElement();
 }
 
-void writeRss2(QXmlStreamWriter &xml, const FeedProfile &profile, const QList<Story> &stories, const QDateTime &now)
+void writeRss2(QXmlStreamWriter &xml, const FeedProfile &profile, const QList<FeedItem> &stories, const QDateTime &now)
 {
     xml.writeStartElement(u"rss"_s);
     xml.writeAttribute(u"version"_s, u"2.0"_s);
@@ -803,7 +611,7 @@ void writeRss2(QXmlStreamWriter &xml, const FeedProfile &profile, const QList<St
     xml.writeAttribute(u"href"_s, QString(profile.site) + profile.path);
     xml.writeAttribute(u"rel"_s, u"self"_s);
     xml.writeAttribute(u"type"_s, u"application/rss+xml"_s);
-    for (const Story &story : stories) {
+    for (const FeedItem &story : stories) {
         xml.writeStartElement(u"item"_s);
         xml.writeTextElement(u"title"_s, story.title);
         xml.writeTextElement(u"link"_s, story.link);
@@ -823,7 +631,7 @@ void writeRss2(QXmlStreamWriter &xml, const FeedProfile &profile, const QList<St
     xml.writeEndElement();
 }
 
-void writeAtom(QXmlStreamWriter &xml, const FeedProfile &profile, const QList<Story> &stories, const QDateTime &now)
+void writeAtom(QXmlStreamWriter &xml, const FeedProfile &profile, const QList<FeedItem> &stories, const QDateTime &now)
 {
     xml.writeStartElement(u"feed"_s);
     xml.writeDefaultNamespace(u"http://www.w3.org/2005/Atom"_s);
@@ -832,7 +640,7 @@ void writeAtom(QXmlStreamWriter &xml, const FeedProfile &profile, const QList<St
     xml.writeAttribute(u"href"_s, profile.site);
     xml.writeTextElement(u"updated"_s, formatDate(now, profile));
     xml.writeTextElement(u"id"_s, QString(profile.site) + profile.path);
-    for (const Story &story : stories) {
+    for (const FeedItem &story : stories) {
         xml.writeStartElement(u"entry"_s);
         xml.writeTextElement(u"title"_s, story.title);
         xml.writeEmptyElement(u"link"_s);
@@ -858,7 +666,7 @@ void writeAtom(QXmlStreamWriter &xml, const FeedProfile &profile, const QList<St
     xml.writeEndElement();
 }
 
-void writeRdf(QXmlStreamWriter &xml, const FeedProfile &profile, const QList<Story> &stories)
+void writeRdf(QXmlStreamWriter &xml, const FeedProfile &profile, const QList<FeedItem> &stories)
 {
     xml.writeStartElement(u"rdf:RDF"_s);
     xml.writeNamespace(u"http://www.w3.org/1999/02/22-rdf-syntax-ns#"_s, u"rdf"_s);
@@ -871,14 +679,14 @@ void writeRdf(QXmlStreamWriter &xml, const FeedProfile &profile, const QList<Sto
     xml.writeTextElement(u"description"_s, profile.title);
     xml.writeStartElement(u"items"_s);
     xml.writeStartElement(u"rdf:Seq"_s);
-    for (const Story &story : stories) {
+    for (const FeedItem &story : stories) {
         xml.writeEmptyElement(u"rdf:li"_s);
         xml.writeAttribute(u"rdf:resource"_s, story.link);
     }
     xml.writeEndElement();
     xml.writeEndElement();
     xml.writeEndElement();
-    for (const Story &story : stories) {
+    for (const FeedItem &story : stories) {
         xml.writeStartElement(u"item"_s);
         xml.writeAttribute(u"rdf:about"_s, story.link);
         xml.writeTextElement(u"title"_s, story.title);
@@ -902,7 +710,12 @@ QByteArray contentType(Format format)
 
 } // namespace
 
-NewsFeeds::NewsFeeds(const SimulatorOptions &options) : m_options(options) {}
+NewsFeeds::NewsFeeds(const SimulatorOptions &options)
+    : m_options(options), m_slots(std::make_unique<HeadlineSlots>(options))
+{
+}
+
+NewsFeeds::~NewsFeeds() = default;
 
 void NewsFeeds::install(LoopbackServer &server)
 {
@@ -944,21 +757,24 @@ HttpReply NewsFeeds::document(int feed) const
 {
     const FeedProfile &profile = profiles[feed];
     const QDateTime now = m_options.now().toUTC();
-    const double slotMs = 60'000.0 / std::max(m_options.newsPerMinute, 0.001);
+    const double slotMs = m_slots->slotMs();
     const qint64 newest = qint64(std::floor(double(now.toMSecsSinceEpoch()) / slotMs));
     const int wanted = m_itemsPerFeed > 0 ? m_itemsPerFeed : profile.items;
     // Far enough back to fill the feed on average three times over.
     const qint64 oldest = newest - qint64(wanted) * totalWeight() / profile.weight * 3;
 
-    QList<Story> stories;
-    for (qint64 slot = newest; slot > oldest && stories.size() < wanted; --slot) {
-        Rng rng = slotRng(m_options.seed, slot);
-        if (feedOf(rng) != feed)
-            continue;
-        // Up to 90% of a slot early, so that times do not all fall on the grid.
-        const qint64 jitter = qint64(rng.unit() * 0.9 * slotMs);
-        const QDateTime published = QDateTime::fromMSecsSinceEpoch(qint64(double(slot) * slotMs) - jitter, QTimeZone::utc());
-        stories.append(storyFor(profile, slot, rng, published));
+    QList<FeedItem> stories;
+    {
+        const QMutexLocker lock(&m_slots->mutex());
+        QList<qint64> mine;
+        for (qint64 slot = newest; slot > oldest && mine.size() < wanted; --slot) {
+            if (m_slots->feedOf(slot) == feed)
+                mine.append(slot);
+        }
+        if (!mine.isEmpty())
+            m_slots->make(mine.last() - m_slots->window(), mine.first() + m_slots->window());
+        for (const qint64 slot : std::as_const(mine))
+            stories.append(itemFor(profile, slot, m_slots->resolved(slot)));
     }
 
     QByteArray body;
@@ -974,4 +790,25 @@ HttpReply NewsFeeds::document(int feed) const
     return {200, contentType(profile.format), body};
 }
 
+QList<FeedHeadline> NewsFeeds::headlines(const QDateTime &from, const QDateTime &to) const
+{
+    const QStringList names = targets();
+    QList<FeedHeadline> result;
+    const QMutexLocker lock(&m_slots->mutex());
+    const double slotMs = m_slots->slotMs();
+    const qint64 first = qint64(std::floor(double(from.toMSecsSinceEpoch()) / slotMs));
+    const qint64 last = qint64(std::floor(double(to.toMSecsSinceEpoch()) / slotMs)) + 1;
+    m_slots->make(first - m_slots->window(), last + m_slots->window());
+    for (qint64 slot = first; slot <= last; ++slot) {
+        const HeadlineSlots::Slot &made = m_slots->resolved(slot);
+        if (made.published < from || !(made.published < to))
+            continue;
+        const FeedItem item = itemFor(profiles[made.feed], slot, made);
+        result.append({item.published, names[made.feed], item.title, HeadlineSlots::chosenStory(made).title,
+                       item.summary, item.link});
+    }
+    return result;
+}
+
 } // namespace kalvo::sim
+

@@ -3,10 +3,26 @@
 #include "LoopbackServer.h"
 #include "MarketSimulator.h"
 
+#include <QDateTime>
 #include <QString>
 #include <QStringList>
 
+#include <memory>
+
 namespace kalvo::sim {
+
+class HeadlineSlots;
+
+// One headline of the stream as a feed lists it.
+struct FeedHeadline
+{
+    QDateTime published;
+    QString feed;     // the feed's target, as targets() names it
+    QString title;    // as the feed lists it (the Google searches append the outlet)
+    QString headline; // the title without the outlet
+    QString summary;
+    QString link;
+};
 
 // The 22 news feeds under the publishers' own paths (the four Google News
 // searches share one path and differ by their "q"). Headlines come from one
@@ -16,10 +32,18 @@ namespace kalvo::sim {
 // simulators with the same seed and time serve the same bytes. Each feed
 // keeps the shape of its real counterpart: RSS 2.0, Atom or RSS 1.0/RDF,
 // its own date style, escaped HTML, CDATA or content:encoded bodies.
+//
+// The stories follow the simulated market: levels and moves are the price
+// walk's at the moment of publication, previews name the next release of
+// the simulated calendar, and every release gets its report within a minute
+// (a high-impact one also the market's reaction a few minutes later).
+// Titles do not repeat within an hour at the simulator's usual rates (the
+// guard spans 720 headlines: an hour at twelve a minute).
 class NewsFeeds
 {
 public:
     explicit NewsFeeds(const SimulatorOptions &options);
+    ~NewsFeeds();
 
     void install(LoopbackServer &server);
 
@@ -31,6 +55,10 @@ public:
     // simulator's present time: a document, or 404 for an unknown search.
     HttpReply reply(const QString &path, const QString &query) const;
 
+    // Every headline of the stream with `from` <= published < `to`, oldest
+    // first, whatever the feeds' sizes.
+    QList<FeedHeadline> headlines(const QDateTime &from, const QDateTime &to) const;
+
     // Path and query of every feed, in the application's feed order.
     static QStringList targets();
 
@@ -38,6 +66,7 @@ private:
     HttpReply document(int feed) const;
 
     const SimulatorOptions &m_options;
+    std::unique_ptr<HeadlineSlots> m_slots;
     int m_itemsPerFeed = 0;
 };
 

@@ -3,6 +3,8 @@
 #include "MarketSimulator.h"
 
 #include <QFileInfo>
+#include <QJsonDocument>
+#include <QJsonObject>
 #include <QStandardPaths>
 
 #include <cstdio>
@@ -47,8 +49,13 @@ bool DemoMode::start()
 
 Endpoints DemoMode::endpoints() const
 {
+    // The version check asks the demo's own backend, which offers this build:
+    // the demo reports "up to date" instead of a failed check.
+    QJsonObject addresses = QJsonDocument::fromJson(m_simulator->endpointsJson()).object();
+    addresses.insert(u"update.primary"_s, m_backend.functionsUrl().toString() + u"/appVersion"_s);
     QStringList problems;
-    return EmbeddedBackend::withBackend(m_simulator->endpointsJson(), m_backend.functionsUrl(), &problems);
+    return EmbeddedBackend::withBackend(QJsonDocument(addresses).toJson(QJsonDocument::Compact),
+                                        m_backend.functionsUrl(), &problems);
 }
 
 } // namespace kalvo

@@ -222,6 +222,8 @@ private slots:
         QCOMPARE(backend.toString(), u"http://127.0.0.1:%1/_functions"_s.arg(backend.port()));
         QCOMPARE(feed.host(), u"127.0.0.1"_s);
         QVERIFY(feed.port() != backend.port()); // markets from the simulator, AI from the backend
+        // The version check asks the demo's own backend, not a host that is not there.
+        QCOMPARE(demo.endpoints().url(u"update.primary"_s), backend.toString() + u"/appVersion"_s);
 
         ManualClock clock(test::utc(2024, 5, 8, 10, 15));
         ClaudeService client(backend, clock);

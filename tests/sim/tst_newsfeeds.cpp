@@ -1,8 +1,12 @@
 #include "../TestSupport.h"
 
+#include "MarketEvents.h"
 #include "NewsFeeds.h"
+#include "PriceQuotes.h"
 #include "sources/RSSParser.h"
 
+#include <QHash>
+#include <QRegularExpression>
 #include <QSet>
 #include <QUrl>
 
@@ -11,13 +15,31 @@ using namespace kalvo;
 namespace {
 
 // NewsFeeds keeps a reference to its options: keep them alive beside it.
-sim::SimulatorOptions optionsAt(const QDateTime *now, quint64 seed = 20240503)
+sim::SimulatorOptions optionsAt(const QDateTime *now, quint64 seed = 20240503, double newsPerMinute = 4)
 {
     sim::SimulatorOptions options;
     options.seed = seed;
-    options.newsPerMinute = 4;
+    options.newsPerMinute = newsPerMinute;
     options.now = [now] { return *now; };
     return options;
+}
+
+// A price as the headlines write it: two decimals for yen pairs, else four.
+QString level(const sim::PriceQuotes &quotes, const QString &pair, const QDateTime &instant)
+{
+    const QString ticker = QString(pair).remove(u'/') + u"=X"_s;
+    return QString::number(quotes.lastPrice(ticker, instant).value_or(0), 'f', pair.endsWith(u"JPY"_s) ? 2 : 4);
+}
+
+// The first release of `title` for `currency` after May 1, 2024.
+std::optional<sim::MarketEvent> firstRelease(quint64 seed, const QString &title, const QString &currency)
+{
+    const QDateTime from = test::utc(2024, 5, 1);
+    for (const sim::MarketEvent &event : sim::MarketEvents::releasedBetween(seed, from, from.addDays(140))) {
+        if (event.title == title && event.currency == currency)
+            return event;
+    }
+    return std::nullopt;
 }
 
 sim::HttpReply fetch(const sim::NewsFeeds &feeds, const QString &target)
@@ -77,6 +99,178 @@ private slots:
 
         QVERIFY(feeds.reply(u"/rss/search"_s, u"hl=en-US&q=EURUSD"_s).body.contains("<title>&quot;EURUSD"));
         QCOMPARE(feeds.reply(u"/rss/search"_s, u"q=bitcoin"_s).status, 404);
+    }
+
+    // At the rates the simulator runs with, no title comes back within an
+    // hour, whichever feeds carry it; the Google searches' outlet suffix does
+    // not make a repeat new. Every slot of the stream publishes one headline.
+    void titlesDoNotRepeatWithinAnHour_data()
+    {
+        QTest::addColumn<double>("newsPerMinute");
+        QTest::addColumn<quint64>("seed");
+        QTest::addColumn<QDateTime>("from");
+
+        QTest::newRow("demo rate, Wednesday midday") << 4.0 << quint64(20240503) << test::utc(2024, 5, 8, 11);
+        QTest::newRow("demo rate, other seed, payrolls Friday") << 4.0 << quint64(7) << test::utc(2024, 5, 10, 11);
+        QTest::newRow("one a minute, Asian night") << 1.0 << quint64(99) << test::utc(2024, 5, 14, 1);
+    }
+    void titlesDoNotRepeatWithinAnHour()
+    {
+        QFETCH(double, newsPerMinute);
+        QFETCH(quint64, seed);
+        QFETCH(QDateTime, from);
+        const sim::SimulatorOptions options = optionsAt(&m_now, seed, newsPerMinute);
+        const sim::NewsFeeds feeds(options);
+        const QList<sim::FeedHeadline> headlines = feeds.headlines(from, from.addSecs(3 * 3600));
+        QVERIFY(std::abs(headlines.size() - 180 * newsPerMinute) <= 1);
+        QHash<QString, QDateTime> lastSeen;
+        for (const sim::FeedHeadline &headline : headlines) {
+            QVERIFY(headline.title.startsWith(headline.headline));
+            const auto seen = lastSeen.constFind(headline.headline);
+            QVERIFY2(seen == lastSeen.constEnd() || seen->secsTo(headline.published) >= 3600, qPrintable(headline.headline));
+            lastSeen.insert(headline.headline, headline.published);
+        }
+
+        // What the app reads: the last hour's items of all 22 documents, each title once.
+        m_now = from.addSecs(3 * 3600);
+        QSet<QString> titles;
+        int items = 0;
+        for (const QString &target : sim::NewsFeeds::targets()) {
+            for (const RSSEntry &entry : RSSParser::parse(fetch(feeds, target).body)) {
+                if (target.startsWith(u"/rss/news.rss"_s) || *entry.published < m_now.addSecs(-3600))
+                    continue; // that feed's stamps carry no zone
+                titles.insert(target.startsWith(u"/rss/search"_s) ? entry.title.section(u" - "_s, 0, -2) : entry.title);
+                ++items;
+            }
+        }
+        QVERIFY(items >= 45 * newsPerMinute);
+        QCOMPARE(titles.size(), items);
+    }
+
+    // A slot's title depends on the seed and the slot alone, not on where
+    // the stream was entered or what the simulator served before.
+    void streamReadsTheSameFromAnywhere()
+    {
+        const QDateTime hour = test::utc(2024, 5, 9, 15);
+        const sim::SimulatorOptions options = optionsAt(&m_now), otherSeed = optionsAt(&m_now, 8);
+        const sim::NewsFeeds alone(options), travelled(options), other(otherSeed);
+        QVERIFY(!travelled.headlines(hour.addDays(-2), hour.addDays(-2).addSecs(600)).isEmpty());
+        QVERIFY(!travelled.headlines(hour.addSecs(1800), hour.addSecs(7200)).isEmpty());
+        const auto titles = [&](const sim::NewsFeeds &feeds) {
+            QStringList result;
+            for (const sim::FeedHeadline &headline : feeds.headlines(hour, hour.addSecs(3600)))
+                result << headline.title;
+            return result;
+        };
+        const QStringList first = titles(alone);
+        QCOMPARE(titles(travelled), first);
+        QCOMPARE(titles(alone), first);
+        const QStringList differing = titles(other);
+        QCOMPARE(differing.size(), first.size());
+        QVERIFY(differing != first);
+    }
+
+    // Each release of the simulated calendar is reported within a minute:
+    // figures with the actual and the forecast, decisions with the rate,
+    // statements and speeches by their bank. The report says which way the
+    // currency went as the price walk has it jump, and a high-impact release
+    // gets the market's reaction a few minutes later, at the pair's level of
+    // that moment.
+    void releasesAreReported_data()
+    {
+        QTest::addColumn<QString>("title");
+        QTest::addColumn<QString>("currency");
+        QTest::addColumn<QString>("says"); // besides the figures, if any
+
+        QTest::newRow("US payrolls") << u"Non-Farm Employment Change"_s << u"USD"_s << QString();
+        QTest::newRow("euro zone inflation") << u"CPI Flash Estimate y/y"_s << u"EUR"_s << QString();
+        QTest::newRow("a medium release") << u"Caixin Manufacturing PMI"_s << u"CNY"_s << QString();
+        QTest::newRow("a rate decision") << u"Official Bank Rate"_s << u"GBP"_s << u"BoE"_s;
+        QTest::newRow("a statement") << u"RBA Rate Statement"_s << u"AUD"_s << u"RBA"_s;
+        QTest::newRow("a speech") << u"ECB President Lagarde Speaks"_s << u"EUR"_s << u"Lagarde"_s;
+        QTest::newRow("the Fed's statement, in the Fed's own feed") << u"FOMC Statement"_s << u"USD"_s
+                                                                    << u"Federal Reserve issues FOMC statement"_s;
+    }
+    void releasesAreReported()
+    {
+        QFETCH(QString, title);
+        QFETCH(QString, currency);
+        QFETCH(QString, says);
+        const sim::SimulatorOptions options = optionsAt(&m_now);
+        const sim::NewsFeeds feeds(options);
+        const sim::PriceQuotes quotes(options);
+        const std::optional<sim::MarketEvent> release = firstRelease(options.seed, title, currency);
+        QVERIFY(release);
+
+        const QList<sim::FeedHeadline> after = feeds.headlines(release->at, release->at.addSecs(360));
+        const auto report = std::find_if(after.cbegin(), after.cend(), [&](const sim::FeedHeadline &headline) {
+            return release->hasFigures ? headline.title.contains(release->figure(release->actual))
+                                       : headline.title.contains(says);
+        });
+        QVERIFY2(report != after.cend(), qPrintable(after.value(0).title));
+        QVERIFY(report->published <= release->at.addSecs(60));
+        if (says.startsWith(u"Federal Reserve"_s))
+            QCOMPARE(report->feed, u"/feeds/press_monetary.xml"_s);
+        if (release->hasFigures && release->hasForecast && release->spread > 0)
+            QVERIFY2(report->title.contains(release->figure(release->forecast)), qPrintable(report->title));
+        const QString way = release->tone > 0.15 ? u"firmed"_s : release->tone < -0.15 ? u"eased|softened"_s : QString();
+        if (!way.isEmpty())
+            QVERIFY2(report->summary.contains(QRegularExpression(way)), qPrintable(report->summary));
+
+        if (!release->isHigh())
+            return;
+        static const QRegularExpression reaction(u"^([A-Z]{3}/[A-Z]{3}) \\S+ (?:to )?(\\d+\\.\\d+) after"_s);
+        const auto reacted = std::find_if(after.cbegin(), after.cend(), [&](const sim::FeedHeadline &headline) {
+            return headline.published >= release->at.addSecs(180) && reaction.match(headline.title).hasMatch();
+        });
+        if (reacted != after.cend()) {
+            const QRegularExpressionMatch match = reaction.match(reacted->title);
+            QCOMPARE(match.captured(2), level(quotes, match.captured(1), reacted->published));
+        } else {
+            QVERIFY2(std::any_of(after.cbegin(), after.cend(), [&](const sim::FeedHeadline &headline) {
+                         return headline.published >= release->at.addSecs(180) && headline.summary.contains(u" pips since "_s);
+                     }),
+                     "no reaction headline");
+        }
+    }
+
+    // Headlines name the instruments the app shows at the levels its price
+    // panel shows at that moment, and a pair said to climb or slip did so
+    // over the past hour.
+    void headlinesAgreeWithPrices()
+    {
+        const QDateTime from = test::utc(2024, 5, 8, 13);
+        const sim::SimulatorOptions options = optionsAt(&m_now);
+        const sim::NewsFeeds feeds(options);
+        const sim::PriceQuotes quotes(options);
+        static const QRegularExpression quoted(u"\\b([A-Z]{3}/[A-Z]{3}) at (\\d+\\.\\d+)"_s);
+        static const QRegularExpression moved(u"^([A-Z]{3}/[A-Z]{3}) (climbs|rises|advances|firms|jumps|surges|rallies|"
+                                              "edges higher|ticks up|slips|falls|drops|eases|slides|tumbles|sinks|edges "
+                                              "lower|ticks down) to (\\d+\\.\\d+)"_s);
+        QSet<QString> pairs;
+        int levels = 0, moves = 0;
+        for (const sim::FeedHeadline &headline : feeds.headlines(from, from.addSecs(3600))) {
+            for (const QRegularExpressionMatch &match : quoted.globalMatch(headline.title)) {
+                QCOMPARE(match.captured(2), level(quotes, match.captured(1), headline.published));
+                pairs.insert(match.captured(1));
+                ++levels;
+            }
+            // A reaction to a release tells the move since the release instead.
+            const QRegularExpressionMatch match = moved.match(headline.title);
+            if (match.hasMatch() && !headline.title.contains(u" after "_s)) {
+                const QString pair = match.captured(1);
+                QCOMPARE(match.captured(3), level(quotes, pair, headline.published));
+                const QString ticker = QString(pair).remove(u'/') + u"=X"_s;
+                const double hourAgo = *quotes.lastPrice(ticker, headline.published.addSecs(-3600));
+                const bool up = QStringList{u"climbs"_s, u"rises"_s, u"advances"_s, u"firms"_s, u"jumps"_s, u"surges"_s,
+                                            u"rallies"_s, u"edges higher"_s, u"ticks up"_s}
+                                    .contains(match.captured(2));
+                QVERIFY2(up == (*quotes.lastPrice(ticker, headline.published) >= hourAgo), qPrintable(headline.title));
+                ++moves;
+            }
+        }
+        QVERIFY2(levels >= 15 && moves >= 3, qPrintable(u"%1 levels, %2 moves"_s.arg(levels).arg(moves)));
+        QVERIFY2(pairs.contains(u"EUR/USD"_s) && pairs.size() >= 4, qPrintable(QStringList(pairs.values()).join(u' ')));
     }
 };
 
