@@ -37,4 +37,12 @@ inline kalvo::NewsItem newsItem(int n, const QDateTime &published)
             published, u"Lagarde: „data dependent“ & \"quotes\" %1"_s.arg(n), u"hash-%1"_s.arg(n), 0.5 * n, n % 4, {}};
 }
 
+inline QStringList ids(const QList<kalvo::NewsItem> &items)
+{
+    QStringList result;
+    for (const kalvo::NewsItem &item : items)
+        result << item.id;
+    return result;
+}
+
 } // namespace test

@@ -1,3 +1,4 @@
+#include "../TestSupport.h"
 #include "ScriptedBackend.h"
 #include "MarketSimulator.h"
 #include "app/AppState.h"
@@ -7,8 +8,6 @@
 #include <QFile>
 #include <QSignalSpy>
 #include <QTemporaryDir>
-#include <QTest>
-#include <QTimeZone>
 
 using namespace kalvo;
 using namespace Qt::StringLiterals;
@@ -29,14 +28,6 @@ NewsItem headline(const QString &id, int minutesAgo, double score = 5)
             .hash = id.toLatin1().toHex(),
             .score = score,
             .priority = 1};
-}
-
-QStringList ids(const QList<NewsItem> &items)
-{
-    QStringList result;
-    for (const NewsItem &item : items)
-        result << item.id;
-    return result;
 }
 
 struct Arrival
@@ -137,7 +128,7 @@ private slots:
         Harness h;
         for (const Arrival &arrival : arrivals)
             h.state.onNewsItem(headline(arrival.id, arrival.minutesAgo, arrival.score));
-        QCOMPARE(ids(h.state.news()), order);
+        QCOMPARE(test::ids(h.state.news()), order);
         QCOMPARE(h.sounds, sounds);
     }
 

@@ -13,7 +13,6 @@
 #include <QTest>
 #include <QTimer>
 
-#include <cmath>
 #include <functional>
 #include <limits>
 
@@ -128,11 +127,9 @@ private slots:
         QTest::addColumn<QString>("text");
         QTest::newRow("zero") << 0.0 << u"0:00"_s;
         QTest::newRow("fraction cut, not rounded") << 75.9 << u"1:15"_s;
-        QTest::newRow("just under a minute") << 59.999 << u"0:59"_s;
         QTest::newRow("an hour stays in minutes") << 3600.0 << u"60:00"_s;
         QTest::newRow("negative") << -12.5 << u"0:00"_s;
         QTest::newRow("not a number") << std::numeric_limits<double>::quiet_NaN() << u"0:00"_s;
-        QTest::newRow("infinite") << std::numeric_limits<double>::infinity() << u"0:00"_s;
         QTest::newRow("beyond 64 bits") << 1e19 << u"0:00"_s;
     }
     void formatTime()
@@ -232,22 +229,18 @@ private slots:
 
     // Replaced or stopped before its file was even written: nothing plays
     // and no file is left behind.
-    void overtakenWhileWriting_data()
-    {
-        QTest::addColumn<bool>("replaced");
-        QTest::newRow("stopped") << false;
-        QTest::newRow("replaced by nothing to play") << true;
-    }
+    // Stopped, or replaced by nothing to play, before the file is written.
     void overtakenWhileWriting()
     {
-        QFETCH(bool, replaced);
-        Harness h;
-        h.player.loadAndPlay(m_speech);
-        replaced ? h.player.loadAndPlay({}) : h.player.stop();
-        QCOMPARE(h.files(), QStringList());
-        // The write's continuation runs now and must not start a player.
-        QCoreApplication::processEvents();
-        QVERIFY(!h.player.player() && !h.player.isPlaying());
+        for (const bool replaced : {false, true}) {
+            Harness h;
+            h.player.loadAndPlay(m_speech);
+            replaced ? h.player.loadAndPlay({}) : h.player.stop();
+            QCOMPARE(h.files(), QStringList());
+            // The write's continuation runs now and must not start a player.
+            QCoreApplication::processEvents();
+            QVERIFY(!h.player.player() && !h.player.isPlaying());
+        }
     }
 
     void failures_data()
@@ -301,10 +294,6 @@ private slots:
         QCOMPARE(h.player.errorMessage(), u"Wiedergabe konnte nicht gestartet werden"_s);
         QCOMPARE(h.lines.value(1), u"[AudioPlayer] Wiedergabe gestartet=false, Dauer=0.0s"_s);
         QVERIFY(!h.player.isPlaying() && !h.player.player());
-        h.player.togglePlayPause(); // nothing to resume
-        QVERIFY(!h.player.isPlaying());
-        h.player.stop();
-        QCOMPARE(h.files(), QStringList());
     }
 
     // Closing the view ends the player mid-play; the file goes with it.

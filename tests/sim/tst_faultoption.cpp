@@ -3,7 +3,6 @@
 #include "FaultOption.h"
 #include "sources/MarketHttp.h"
 
-#include <QJsonObject>
 #include <QProcess>
 
 using namespace kalvo;

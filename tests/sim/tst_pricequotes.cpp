@@ -6,7 +6,6 @@
 #include "sources/MarketHttp.h"
 #include "sources/PriceReplies.h"
 
-#include <QJsonArray>
 #include <QJsonObject>
 
 #include <algorithm>

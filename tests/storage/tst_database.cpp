@@ -39,14 +39,6 @@ NewsAnalysis someAnalysis()
             TradeStrategy{u"long"_s, u"1.08"_s, u"1.07"_s, u"1.10"_s}};
 }
 
-QStringList ids(const QList<NewsItem> &items)
-{
-    QStringList result;
-    for (const NewsItem &item : items)
-        result << item.id;
-    return result;
-}
-
 } // namespace
 
 class TestDatabase : public QObject
@@ -109,7 +101,7 @@ private slots:
         QStringList expected;
         for (int n = stored - 1; n >= std::max(0, stored - 60); --n)
             expected << u"id-%1"_s.arg(n);
-        QCOMPARE(ids(awaited(serviceWith(items)->loadRecent(60))), expected);
+        QCOMPARE(test::ids(awaited(serviceWith(items)->loadRecent(60))), expected);
     }
 
     // Every field comes back from the file, the date in UTC; an analysis
@@ -123,7 +115,7 @@ private slots:
             awaited(db->updateAnalysis(u"id-3"_s, someAnalysis(), 9.5));
         }
         const QList<NewsItem> items = awaited(serviceWith({})->loadRecent(60)); // the file as it was left
-        QCOMPARE(ids(items), (QStringList{u"id-1"_s, u"id-7"_s}));
+        QCOMPARE(test::ids(items), (QStringList{u"id-1"_s, u"id-7"_s}));
         QCOMPARE(items[0].analysis, someAnalysis());
         QCOMPARE(items[0].score, 8.5);
         const NewsItem &loaded = items[1];

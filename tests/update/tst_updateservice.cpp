@@ -6,7 +6,6 @@
 #include "core/Endpoints.h"
 #include "update/UpdateService.h"
 
-#include <QJsonArray>
 #include <QSignalSpy>
 
 #include <memory>
