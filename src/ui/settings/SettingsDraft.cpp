@@ -35,9 +35,10 @@ QString trimBlanks(const QString &text)
     return text.mid(begin, end - begin);
 }
 
-// One writer for every sheet the app ever opens, so that two quick saves
-// reach the disk in the order they were made. It waits for its last job
-// when the process ends.
+// One thread for the settings files, shared by every sheet the app ever
+// opens: two quick saves reach the disk in the order they were made, and a
+// read waits for the write before it. It waits for its last job when the
+// process ends.
 SerialWorker &settingsWriter()
 {
     static SerialWorker writer;
@@ -114,7 +115,8 @@ void SettingsDraft::setAppStateObject(QObject *object)
 QCoro::Task<> SettingsDraft::loadStored()
 {
     const QPointer<SettingsDraft> self(this);
-    auto reading = QtConcurrent::run(readStoredAi);
+    // On the writer's thread, so a save under way is never read half-written.
+    auto reading = settingsWriter().run(readStoredAi);
     const StoredAi stored = co_await reading;
     if (!self)
         co_return;
