@@ -4,6 +4,8 @@
 #include <QTcpSocket>
 #include <QTimer>
 
+#include <zlib.h>
+
 using namespace Qt::StringLiterals;
 
 namespace kalvo::sim {
@@ -14,6 +16,7 @@ QByteArray reasonPhrase(int status)
 {
     switch (status) {
     case 200: return "OK";
+    case 304: return "Not Modified";
     case 400: return "Bad Request";
     case 401: return "Unauthorized";
     case 404: return "Not Found";
@@ -43,7 +46,55 @@ RecordedRequest record(const QHttpServerRequest &request)
     return recorded;
 }
 
+// Whether an Accept-Encoding value lets `coding` through: listed, or covered
+// by "*", and not refused with q=0.
+bool accepts(const QByteArray &acceptEncoding, QByteArrayView coding)
+{
+    bool byWildcard = false;
+    for (const QByteArray &item : acceptEncoding.split(',')) {
+        const QList<QByteArray> parts = item.split(';');
+        const QByteArray name = parts.first().trimmed().toLower();
+        bool refused = false;
+        for (qsizetype i = 1; i < parts.size(); ++i) {
+            const QByteArray parameter = parts[i].trimmed().toLower();
+            if (parameter.startsWith("q="))
+                refused = parameter.mid(2).toDouble() <= 0;
+        }
+        if (name == coding)
+            return !refused;
+        if (name == "*")
+            byWildcard = !refused;
+    }
+    return byWildcard;
+}
+
+QByteArray gzip(const QByteArray &data)
+{
+    z_stream stream{};
+    // 16 added to the window bits asks for the gzip wrapper instead of zlib's.
+    if (deflateInit2(&stream, Z_DEFAULT_COMPRESSION, Z_DEFLATED, 15 + 16, 8, Z_DEFAULT_STRATEGY) != Z_OK)
+        return {};
+    QByteArray packed(qsizetype(deflateBound(&stream, uLong(data.size()))) + 32, Qt::Uninitialized);
+    stream.next_in = reinterpret_cast<Bytef *>(const_cast<char *>(data.constData()));
+    stream.avail_in = uInt(data.size());
+    stream.next_out = reinterpret_cast<Bytef *>(packed.data());
+    stream.avail_out = uInt(packed.size());
+    const int result = deflate(&stream, Z_FINISH);
+    packed.truncate(qsizetype(stream.total_out));
+    deflateEnd(&stream);
+    return result == Z_STREAM_END ? packed : QByteArray();
+}
+
 } // namespace
+
+QByteArray HttpReply::header(QByteArrayView name) const
+{
+    for (const auto &[key, value] : headers) {
+        if (name.compare(key, Qt::CaseInsensitive) == 0)
+            return value;
+    }
+    return {};
+}
 
 LoopbackServer::LoopbackServer(QObject *parent) : QAbstractHttpServer(parent) {}
 
@@ -121,7 +172,7 @@ void LoopbackServer::answer(QPointer<QTcpSocket> socket, const RecordedRequest &
     }
     const Fault *fault = findFault(request);
     if (!fault) {
-        write(socket, (*route)(request));
+        write(socket, encodedFor(request, (*route)(request)));
         return;
     }
     switch (fault->kind) {
@@ -131,7 +182,7 @@ void LoopbackServer::answer(QPointer<QTcpSocket> socket, const RecordedRequest &
     case Fault::Kind::Hang:
         return; // the socket stays open until the client gives up
     case Fault::Kind::Delay:
-        QTimer::singleShot(fault->delayMs, this, [socket, reply = (*route)(request)] {
+        QTimer::singleShot(fault->delayMs, this, [socket, reply = encodedFor(request, (*route)(request))] {
             if (socket)
                 write(socket, reply);
         });
@@ -139,7 +190,7 @@ void LoopbackServer::answer(QPointer<QTcpSocket> socket, const RecordedRequest &
     case Fault::Kind::Truncate: {
         HttpReply reply = (*route)(request);
         reply.body.truncate(reply.body.size() / 2);
-        write(socket, reply);
+        write(socket, encodedFor(request, std::move(reply)));
         return;
     }
     case Fault::Kind::Empty:
@@ -155,16 +206,38 @@ void LoopbackServer::answer(QPointer<QTcpSocket> socket, const RecordedRequest &
         write(socket, {200, "application/json", "[]"});
         return;
     case Fault::Kind::Trickle:
-        trickle(socket, (*route)(request), fault->delayMs);
+        trickle(socket, encodedFor(request, (*route)(request)), fault->delayMs);
         return;
     }
 }
 
+HttpReply LoopbackServer::encodedFor(const RecordedRequest &request, HttpReply reply)
+{
+    if (!reply.compressible)
+        return reply;
+    // Caches between a publisher and its readers must keep the two forms apart.
+    reply.headers.emplaceBack("Vary", "Accept-Encoding");
+    if (reply.body.isEmpty() || !accepts(request.headers.value("accept-encoding"), "gzip"))
+        return reply;
+    if (QByteArray packed = gzip(reply.body); !packed.isEmpty()) {
+        reply.body = std::move(packed);
+        reply.headers.emplaceBack("Content-Encoding", "gzip");
+    }
+    return reply;
+}
+
 QByteArray LoopbackServer::serialized(const HttpReply &reply)
 {
-    return "HTTP/1.1 " + QByteArray::number(reply.status) + ' ' + reasonPhrase(reply.status) + "\r\n"
-         + "Content-Type: " + reply.contentType + "\r\n" + "Content-Length: " + QByteArray::number(reply.body.size())
-         + "\r\n\r\n" + reply.body;
+    QByteArray head = "HTTP/1.1 " + QByteArray::number(reply.status) + ' ' + reasonPhrase(reply.status) + "\r\n";
+    for (const auto &[name, value] : reply.headers)
+        head += name + ": " + value + "\r\n";
+    // A 304 has no body and describes the one the client holds, so it has no
+    // type or length of its own.
+    if (reply.status != 304) {
+        head += "Content-Type: " + reply.contentType + "\r\n";
+        head += "Content-Length: " + QByteArray::number(reply.body.size()) + "\r\n";
+    }
+    return head + "\r\n" + reply.body;
 }
 
 // The head at once, then the body byte by byte: the connection never goes
@@ -190,10 +263,7 @@ void LoopbackServer::write(QTcpSocket *socket, const HttpReply &reply)
 {
     if (!socket || socket->state() != QAbstractSocket::ConnectedState)
         return;
-    QByteArray head = "HTTP/1.1 " + QByteArray::number(reply.status) + ' ' + reasonPhrase(reply.status) + "\r\n";
-    head += "Content-Type: " + reply.contentType + "\r\n";
-    head += "Content-Length: " + QByteArray::number(reply.body.size()) + "\r\n\r\n";
-    socket->write(head + reply.body);
+    socket->write(serialized(reply));
 }
 
 } // namespace kalvo::sim

@@ -9,6 +9,7 @@
 #include <QUrl>
 
 #include <functional>
+#include <utility>
 
 class QTcpSocket;
 
@@ -20,6 +21,14 @@ struct HttpReply
     int status = 200;
     QByteArray contentType = "application/json";
     QByteArray body;
+    // Besides Content-Type and Content-Length, which the server writes itself.
+    QList<std::pair<QByteArray, QByteArray>> headers{};
+    // Sent gzip-compressed to a client whose Accept-Encoding allows it, as
+    // publishers' servers do; faults act on the document before it is packed.
+    bool compressible = false;
+
+    // The value of the first of `headers` named `name` (in any case), or empty.
+    QByteArray header(QByteArrayView name) const;
 };
 
 // One request as the server saw it, for tests that check what a client sent.
@@ -93,6 +102,7 @@ private:
     static void write(QTcpSocket *socket, const HttpReply &reply);
     static QByteArray serialized(const HttpReply &reply);
     void trickle(QPointer<QTcpSocket> socket, const HttpReply &reply, int intervalMs);
+    static HttpReply encodedFor(const RecordedRequest &request, HttpReply reply);
 
     QMap<QString, Route> m_routes;
     QMap<QString, Route> m_prefixRoutes;

@@ -13,6 +13,7 @@
 #include <QXmlStreamWriter>
 
 #include <algorithm>
+#include <bit>
 #include <cmath>
 #include <initializer_list>
 
@@ -224,6 +225,7 @@ struct FeedItem
     QString title;
     QString link;
     QString summary;
+    QString filler{}; // after the summary in the description
 };
 
 constexpr int candidatesPerSlot = 8;
@@ -278,6 +280,19 @@ public:
             return release->feed;
         Rng rng = slotRng(k);
         return drawFeed(rng);
+    }
+
+    // Without making the slot. Reports of releases come on the grid, the
+    // rest up to 90% of a slot early, so that times do not all fall on it;
+    // either way a slot is published after the one before it.
+    QDateTime publishedAt(qint64 k)
+    {
+        const qint64 nominal = qint64(double(k) * slotMs());
+        if (releaseAt(k))
+            return QDateTime::fromMSecsSinceEpoch(nominal, QTimeZone::utc());
+        Rng rng = slotRng(k);
+        drawFeed(rng);
+        return QDateTime::fromMSecsSinceEpoch(nominal - qint64(rng.unit() * 0.9 * slotMs()), QTimeZone::utc());
     }
 
     // Makes every slot in [from, to] that is not made yet.
@@ -380,15 +395,8 @@ private:
     void add(qint64 k)
     {
         Slot slot;
-        Rng rng = slotRng(k);
-        slot.feed = drawFeed(rng);
-        // Up to 90% of a slot early, so that times do not all fall on the grid.
-        const qint64 nominal = qint64(double(k) * slotMs());
-        slot.published = QDateTime::fromMSecsSinceEpoch(nominal - qint64(rng.unit() * 0.9 * slotMs()), QTimeZone::utc());
-        if (const ReleaseStory *release = releaseAt(k)) {
-            slot.feed = release->feed;
-            slot.published = QDateTime::fromMSecsSinceEpoch(nominal, QTimeZone::utc());
-        }
+        slot.feed = feedOf(k);
+        slot.published = publishedAt(k);
         const StoryContext context = contextAt(slot.published);
         for (int rank = 0; rank < candidatesPerSlot; ++rank)
             slot.candidates.append(candidate(k, slot, rank, context));
@@ -541,10 +549,45 @@ private:
 
 namespace {
 
-FeedItem itemFor(const FeedProfile &profile, qint64 slot, const HeadlineSlots::Slot &made)
+// Sentences a wire service fills its longer teasers with. None holds a
+// keyword of the app's score, not even inside a word, so padding changes the
+// size of a document and nothing else.
+constexpr QLatin1StringView fillers[]{
+    "Traders watched the levels seen earlier this week."_L1,
+    "Dealers said order flow looked mixed through the morning."_L1,
+    "Volumes stayed near their recent average across most desks."_L1,
+    "Chart watchers pointed to support and resistance zones from Tuesday."_L1,
+    "Participants preferred to wait for clearer signals before adding positions."_L1,
+    "Bids and offers remained balanced for most of the session."_L1,
+    "Spreads were steady and the tape was quiet into the close."_L1,
+    "Several desks noted that positioning stayed light ahead of the weekend."_L1,
+    "Analysts at one large shop kept their targets unchanged for now."_L1,
+    "Options markets showed little demand for protection at these levels."_L1,
+    "Some accounts took profits after the earlier move, others added."_L1,
+    "The next sessions should show whether the move has staying power."_L1,
+};
+
+// Filler sentences that take `summary` to about `words` words in all, the
+// same ones for the same key; each begins with a blank.
+QString padding(const QString &summary, int words, quint64 key)
+{
+    QString text;
+    qsizetype count = summary.split(u' ', Qt::SkipEmptyParts).size();
+    Rng rng(key);
+    while (count < words) {
+        const QLatin1StringView sentence = rng.pick(fillers);
+        text += u' ' + sentence;
+        count += sentence.count(u' ') + 1;
+    }
+    return text;
+}
+
+FeedItem itemFor(const FeedProfile &profile, qint64 slot, const HeadlineSlots::Slot &made, int descriptionWords,
+                 quint64 seed)
 {
     const Story story = HeadlineSlots::chosenStory(made);
-    FeedItem item{slot, made.published, story.title, {}, story.summary};
+    FeedItem item{slot, made.published, story.title, {}, story.summary,
+                  padding(story.summary, descriptionWords, mix(seed ^ quint64(slot)))};
     if (!profile.search.isEmpty()) {
         // Google appends the outlet and links to its own redirect page.
         item.title += u" - "_s + QString(outlets[mix(quint64(slot)) % std::size(outlets)]);
@@ -568,14 +611,14 @@ void writeBody(QXmlStreamWriter &xml, const QString &element, const FeedProfile 
     case Body::Absent:
         return;
     case Body::Text:
-        xml.writeTextElement(element, story.summary);
+        xml.writeTextElement(element, story.summary + story.filler);
         return;
     case Body::EscapedHtml:
-        xml.writeTextElement(element, u"<p>"_s + story.summary + u"</p>"_s);
+        xml.writeTextElement(element, u"<p>"_s + story.summary + story.filler + u"</p>"_s);
         return;
     case Body::CData:
         xml.writeStartElement(element);
-        xml.writeCDATA(u"<p>"_s + story.summary + u"</p>"_s);
+        xml.writeCDATA(u"<p>"_s + story.summary + story.filler + u"</p>"_s);
         xml.writeEndElement();
         return;
     case Body::GoogleSnippet:
@@ -594,7 +637,8 @@ void writeFullText(QXmlStreamWriter &xml, const QString &element, const FeedItem
     xml.writeEndElement();
 }
 
-void writeRss2(QXmlStreamWriter &xml, const FeedProfile &profile, const QList<FeedItem> &stories, const QDateTime &now)
+void writeRss2(QXmlStreamWriter &xml, const FeedProfile &profile, const QList<FeedItem> &stories,
+               const QDateTime &updated)
 {
     xml.writeStartElement(u"rss"_s);
     xml.writeAttribute(u"version"_s, u"2.0"_s);
@@ -606,7 +650,7 @@ void writeRss2(QXmlStreamWriter &xml, const FeedProfile &profile, const QList<Fe
     xml.writeTextElement(u"link"_s, profile.site);
     xml.writeTextElement(u"description"_s, profile.title);
     xml.writeTextElement(u"language"_s, u"en-us"_s);
-    xml.writeTextElement(u"lastBuildDate"_s, formatDate(now, profile));
+    xml.writeTextElement(u"lastBuildDate"_s, formatDate(updated, profile));
     xml.writeEmptyElement(u"atom:link"_s);
     xml.writeAttribute(u"href"_s, QString(profile.site) + profile.path);
     xml.writeAttribute(u"rel"_s, u"self"_s);
@@ -631,14 +675,15 @@ void writeRss2(QXmlStreamWriter &xml, const FeedProfile &profile, const QList<Fe
     xml.writeEndElement();
 }
 
-void writeAtom(QXmlStreamWriter &xml, const FeedProfile &profile, const QList<FeedItem> &stories, const QDateTime &now)
+void writeAtom(QXmlStreamWriter &xml, const FeedProfile &profile, const QList<FeedItem> &stories,
+               const QDateTime &updated)
 {
     xml.writeStartElement(u"feed"_s);
     xml.writeDefaultNamespace(u"http://www.w3.org/2005/Atom"_s);
     xml.writeTextElement(u"title"_s, profile.title);
     xml.writeEmptyElement(u"link"_s);
     xml.writeAttribute(u"href"_s, profile.site);
-    xml.writeTextElement(u"updated"_s, formatDate(now, profile));
+    xml.writeTextElement(u"updated"_s, formatDate(updated, profile));
     xml.writeTextElement(u"id"_s, QString(profile.site) + profile.path);
     for (const FeedItem &story : stories) {
         xml.writeStartElement(u"entry"_s);
@@ -698,6 +743,37 @@ void writeRdf(QXmlStreamWriter &xml, const FeedProfile &profile, const QList<Fee
     xml.writeEndElement();
 }
 
+QByteArray httpDate(const QDateTime &utc)
+{
+    return QLocale::c().toString(utc, u"ddd, dd MMM yyyy HH:mm:ss 'GMT'"_s).toLatin1();
+}
+
+// Whether a client holding the document with these validators may keep it.
+// An If-None-Match decides alone (weakly compared, as for a GET); otherwise
+// an If-Modified-Since not older than the last change does. Dates other than
+// the one form clients send today are ignored, as is a date that is unreadable.
+bool notModified(const QMap<QByteArray, QByteArray> &headers, const QByteArray &etag, const QDateTime &modified)
+{
+    if (const auto match = headers.constFind("if-none-match"); match != headers.cend()) {
+        const auto opaque = [](QByteArray tag) {
+            tag = tag.trimmed();
+            return tag.startsWith("W/") ? tag.mid(2) : tag;
+        };
+        const QList<QByteArray> tags = match->split(',');
+        return std::any_of(tags.cbegin(), tags.cend(),
+                           [&](const QByteArray &tag) { return tag.trimmed() == "*" || opaque(tag) == etag; });
+    }
+    const auto since = headers.constFind("if-modified-since");
+    if (since == headers.cend() || !modified.isValid())
+        return false;
+    QDateTime date = QLocale::c().toDateTime(QString::fromLatin1(since->trimmed()), u"ddd, dd MMM yyyy HH:mm:ss 'GMT'"_s);
+    if (!date.isValid())
+        return false;
+    date.setTimeZone(QTimeZone::utc());
+    // Last-Modified has whole seconds.
+    return date.toSecsSinceEpoch() >= modified.toSecsSinceEpoch();
+}
+
 QByteArray contentType(Format format)
 {
     switch (format) {
@@ -725,7 +801,9 @@ void NewsFeeds::install(LoopbackServer &server)
             paths.append(profile.path);
     }
     for (const QString &path : paths)
-        server.route(path, [this](const RecordedRequest &request) { return reply(request.path, request.query); });
+        server.route(path, [this](const RecordedRequest &request) {
+            return reply(request.path, request.query, request.headers);
+        });
 }
 
 QStringList NewsFeeds::targets()
@@ -743,38 +821,65 @@ QStringList NewsFeeds::targets()
     return result;
 }
 
-HttpReply NewsFeeds::reply(const QString &path, const QString &query) const
+HttpReply NewsFeeds::reply(const QString &path, const QString &query, const QMap<QByteArray, QByteArray> &headers) const
 {
     const QString search = QUrlQuery(query).queryItemValue(u"q"_s, QUrl::FullyDecoded);
     for (int i = 0; i < feedCount; ++i) {
         if (profiles[i].path == path && (profiles[i].search.isEmpty() || profiles[i].search == search))
-            return document(i);
+            return answer(i, headers);
     }
     return {404, "text/plain", "not found"};
 }
 
-HttpReply NewsFeeds::document(int feed) const
+HttpReply NewsFeeds::answer(int feed, const QMap<QByteArray, QByteArray> &headers) const
 {
     const FeedProfile &profile = profiles[feed];
     const QDateTime now = m_options.now().toUTC();
-    const double slotMs = m_slots->slotMs();
-    const qint64 newest = qint64(std::floor(double(now.toMSecsSinceEpoch()) / slotMs));
     const int wanted = m_itemsPerFeed > 0 ? m_itemsPerFeed : profile.items;
     // Far enough back to fill the feed on average three times over.
-    const qint64 oldest = newest - qint64(wanted) * totalWeight() / profile.weight * 3;
+    const qint64 span = qint64(wanted) * totalWeight() / profile.weight * 3;
 
     QList<FeedItem> stories;
+    QDateTime updated;
+    QList<std::pair<QByteArray, QByteArray>> validators;
     {
         const QMutexLocker lock(&m_slots->mutex());
+        const double slotMs = m_slots->slotMs();
+        qint64 current = qint64(std::floor(double(now.toMSecsSinceEpoch()) / slotMs));
+        if (m_slots->publishedAt(current + 1) <= now)
+            ++current;
+        qint64 newest = current;
+        while (newest > current - span && m_slots->feedOf(newest) != feed)
+            --newest;
+        const bool empty = newest == current - span;
+        // The document is a function of its newest headline (or, empty, of
+        // the present slot) and of how the simulator was set up.
+        const quint64 key = mix(m_options.seed ^ mix(quint64(newest) ^ (quint64(feed) << 56) ^ (quint64(empty) << 55))
+                                ^ mix((quint64(wanted) << 32) | quint32(m_descriptionWords))
+                                ^ std::bit_cast<quint64>(m_options.newsPerMinute));
+        validators.emplaceBack("ETag", '"' + QByteArray::number(key, 16).rightJustified(16, '0') + '"');
+        if (empty) {
+            updated = QDateTime::fromMSecsSinceEpoch(qint64(double(current) * slotMs), QTimeZone::utc());
+        } else {
+            updated = m_slots->publishedAt(newest);
+            validators.emplaceBack("Last-Modified", httpDate(updated));
+        }
+        if (notModified(headers, validators.first().second, empty ? QDateTime() : updated))
+            return {304, {}, {}, validators, true};
+        const QMutexLocker renderedLock(&m_renderedMutex);
+        if (const auto cached = m_rendered.constFind(feed);
+            cached != m_rendered.cend() && cached->etag == validators.first().second)
+            return cached->reply;
+
         QList<qint64> mine;
-        for (qint64 slot = newest; slot > oldest && mine.size() < wanted; --slot) {
+        for (qint64 slot = newest; !empty && slot > newest - span && mine.size() < wanted; --slot) {
             if (m_slots->feedOf(slot) == feed)
                 mine.append(slot);
         }
         if (!mine.isEmpty())
             m_slots->make(mine.last() - m_slots->window(), mine.first() + m_slots->window());
         for (const qint64 slot : std::as_const(mine))
-            stories.append(itemFor(profile, slot, m_slots->resolved(slot)));
+            stories.append(itemFor(profile, slot, m_slots->resolved(slot), m_descriptionWords, m_options.seed));
     }
 
     QByteArray body;
@@ -782,12 +887,26 @@ HttpReply NewsFeeds::document(int feed) const
     xml.setAutoFormatting(true);
     xml.writeStartDocument();
     switch (profile.format) {
-    case Format::Rss2: writeRss2(xml, profile, stories, now); break;
-    case Format::Atom: writeAtom(xml, profile, stories, now); break;
+    case Format::Rss2: writeRss2(xml, profile, stories, updated); break;
+    case Format::Atom: writeAtom(xml, profile, stories, updated); break;
     case Format::Rdf: writeRdf(xml, profile, stories); break;
     }
     xml.writeEndDocument();
-    return {200, contentType(profile.format), body};
+    HttpReply reply{200, contentType(profile.format), body, validators, true};
+    const QMutexLocker lock(&m_renderedMutex);
+    m_rendered.insert(feed, {validators.first().second, reply});
+    return reply;
+}
+
+QDateTime NewsFeeds::nextPublication(const QDateTime &after) const
+{
+    const QMutexLocker lock(&m_slots->mutex());
+    // Slot k comes out after (k - 1) slot lengths, so one of the next three is it.
+    qint64 slot = qint64(std::floor(double(after.toMSecsSinceEpoch()) / m_slots->slotMs()));
+    QDateTime published = m_slots->publishedAt(slot);
+    while (!(after < published))
+        published = m_slots->publishedAt(++slot);
+    return published;
 }
 
 QList<FeedHeadline> NewsFeeds::headlines(const QDateTime &from, const QDateTime &to) const
@@ -803,7 +922,7 @@ QList<FeedHeadline> NewsFeeds::headlines(const QDateTime &from, const QDateTime 
         const HeadlineSlots::Slot &made = m_slots->resolved(slot);
         if (made.published < from || !(made.published < to))
             continue;
-        const FeedItem item = itemFor(profiles[made.feed], slot, made);
+        const FeedItem item = itemFor(profiles[made.feed], slot, made, m_descriptionWords, m_options.seed);
         result.append({item.published, names[made.feed], item.title, HeadlineSlots::chosenStory(made).title,
                        item.summary, item.link});
     }

@@ -3,7 +3,11 @@
 #include "LoopbackServer.h"
 #include "MarketSimulator.h"
 
+#include <QByteArray>
 #include <QDateTime>
+#include <QHash>
+#include <QMap>
+#include <QMutex>
 #include <QString>
 #include <QStringList>
 
@@ -39,6 +43,13 @@ struct FeedHeadline
 // (a high-impact one also the market's reaction a few minutes later).
 // Titles do not repeat within an hour at the simulator's usual rates (the
 // guard spans 720 headlines: an hour at twelve a minute).
+//
+// A feed lists a headline from its publication time on. Like the publishers'
+// servers, every answer carries an ETag and a Last-Modified (the newest
+// listed headline's time); a request whose validators still hold gets 304
+// without a body, and a client that accepts gzip gets the document packed.
+// A document depends only on the feed's newest listed headline, so the
+// validators are known without writing it.
 class NewsFeeds
 {
 public:
@@ -50,24 +61,44 @@ public:
     // Lists at most `count` items per feed; 0 gives each feed its own usual
     // size (15 to 100).
     void setItemsPerFeed(int count) { m_itemsPerFeed = count; }
+    // Pads every description a publisher writes itself (not the Google
+    // searches' snippets) with filler sentences, in which no keyword of the
+    // app's score occurs, to about `words` words; 0 leaves them as written.
+    void setDescriptionWords(int words) { m_descriptionWords = words; }
 
     // What the feed at `path` with the encoded `query` serves at the
-    // simulator's present time: a document, or 404 for an unknown search.
-    HttpReply reply(const QString &path, const QString &query) const;
+    // simulator's present time: a document, 304 when the request's
+    // validators (`headers` with lower-case names) match it, or 404 for an
+    // unknown search.
+    HttpReply reply(const QString &path, const QString &query, const QMap<QByteArray, QByteArray> &headers = {}) const;
 
     // Every headline of the stream with `from` <= published < `to`, oldest
     // first, whatever the feeds' sizes.
     QList<FeedHeadline> headlines(const QDateTime &from, const QDateTime &to) const;
 
+    // When the first headline after `after` comes out.
+    QDateTime nextPublication(const QDateTime &after) const;
+
     // Path and query of every feed, in the application's feed order.
     static QStringList targets();
 
 private:
-    HttpReply document(int feed) const;
+    HttpReply answer(int feed, const QMap<QByteArray, QByteArray> &headers) const;
+
+    // The last document of each feed with its ETag: a feed that has not
+    // changed is served again without rendering, as a publisher's cache does.
+    struct Rendered
+    {
+        QByteArray etag;
+        HttpReply reply;
+    };
+    mutable QMutex m_renderedMutex;
+    mutable QHash<int, Rendered> m_rendered;
 
     const SimulatorOptions &m_options;
     std::unique_ptr<HeadlineSlots> m_slots;
     int m_itemsPerFeed = 0;
+    int m_descriptionWords = 0;
 };
 
 } // namespace kalvo::sim

@@ -22,8 +22,10 @@ PACKAGES=(
   fonts-dejavu-core fonts-noto-color-emoji fontconfig
   # offline speech of the AI backend: German voice, MP3 encoder
   libespeak-ng-dev libmp3lame-dev espeak-ng-data
-  # UI checks and screenshots
-  xvfb xauth x11-apps imagemagick xdotool
+  # the simulator's compressed answers
+  zlib1g-dev
+  # UI checks and screenshots; the whole-process benchmark
+  xvfb xauth x11-apps imagemagick xdotool python3
 )
 
 missing=()

@@ -303,8 +303,6 @@ QCoro::Task<> AppState::start(std::stop_token stop)
     if (alive.expired())
         co_return;
     if (!stored.isEmpty()) {
-        std::stable_sort(stored.begin(), stored.end(),
-                         [](const NewsItem &a, const NewsItem &b) { return a.published > b.published; });
         const auto count = stored.size();
         replaceNews(std::move(stored));
         setStatus(u"%1 News aus Datenbank geladen"_s.arg(count));
@@ -465,6 +463,10 @@ void AppState::refreshScanner()
 
 void AppState::replaceNews(QList<NewsItem> items)
 {
+    // Newest first is what onNewsItem relies on; a stored row whose date could
+    // not be read comes back dated now and may be out of place.
+    std::stable_sort(items.begin(), items.end(),
+                     [](const NewsItem &a, const NewsItem &b) { return b.published < a.published; });
     m_news = std::move(items);
     emit newsReplaced();
     emit newsCountChanged();
@@ -479,9 +481,11 @@ void AppState::onNewsItem(const NewsItem &item)
     const std::optional<QDateTime> newestBefore =
         m_news.isEmpty() ? std::nullopt : std::optional(m_news.first().published);
 
-    // Newest first; an item as old as others goes after them.
-    const auto position = std::find_if(m_news.cbegin(), m_news.cend(),
-                                       [&](const NewsItem &n) { return n.published < item.published; });
+    // Newest first; an item as old as others goes after them. The list is
+    // kept in that order, so a binary search finds the place: a first cycle
+    // brings thousands of items.
+    const auto position = std::partition_point(m_news.cbegin(), m_news.cend(),
+                                               [&](const NewsItem &n) { return !(n.published < item.published); });
     const int row = int(position - m_news.cbegin());
     if (row < maxNews) {
         m_news.insert(row, item);

@@ -1,6 +1,8 @@
 #include "AppState.h"
 #include "DemoMode.h"
 #include "EmbeddedBackend.h"
+#include "HeadlineTrace.h"
+#include "SceneGraphChoice.h"
 #include "StartupReport.h"
 #include "core/Clock.h"
 #include "update/UpdateService.h"
@@ -84,6 +86,9 @@ int main(int argc, char *argv[])
         state.setAiRouter([choose] { return choose().route; });
     }
 
+    if (const QString renderer = kalvo::SceneGraphChoice::apply(); !renderer.isEmpty())
+        qInfo().noquote() << "[Grafik] OpenGL nur in Software (" + renderer + u"): Qt Quick zeichnet selbst, nur geänderte Bereiche"_s;
+
     QQmlApplicationEngine engine;
     engine.setInitialProperties({
         {u"appState"_s, QVariant::fromValue(&state)},
@@ -100,5 +105,7 @@ int main(int argc, char *argv[])
     auto *window = qobject_cast<QQuickWindow *>(engine.rootObjects().constFirst());
     if (parser.isSet(reportOption))
         report.watch(window, &state);
+    if (window)
+        new kalvo::HeadlineTrace(state, *window); // owned by the window
     return app.exec();
 }

@@ -1,10 +1,12 @@
 #include "DatePatterns.h"
 
+#include <unicode/basictz.h>
 #include <unicode/locid.h>
 #include <unicode/parsepos.h>
 #include <unicode/simpletz.h>
 #include <unicode/smpdtfmt.h>
 #include <unicode/timezone.h>
+#include <unicode/tztrans.h>
 
 #include <map>
 #include <memory>
@@ -33,6 +35,18 @@ std::unique_ptr<icu::TimeZone> icuZone(const QTimeZone &zone)
     return result;
 }
 
+// One ICU zone per thread and Qt zone, which every formatter of that thread
+// copies: a zone ICU does not know keeps the offset it had when first seen,
+// so all readers of the thread must share that moment.
+const icu::TimeZone &cachedIcuZone(const QTimeZone &zone)
+{
+    thread_local std::map<QByteArray, std::unique_ptr<icu::TimeZone>> cache;
+    std::unique_ptr<icu::TimeZone> &entry = cache[zone.id()];
+    if (!entry)
+        entry = icuZone(zone);
+    return *entry;
+}
+
 icu::SimpleDateFormat *formatterFor(const QString &pattern, const QTimeZone &zone)
 {
     using Key = std::pair<QString, QByteArray>;
@@ -50,7 +64,7 @@ icu::SimpleDateFormat *formatterFor(const QString &pattern, const QTimeZone &zon
         formatter.reset();
     else {
         formatter->setLenient(false);
-        formatter->adoptTimeZone(icuZone(zone).release());
+        formatter->adoptTimeZone(cachedIcuZone(zone).clone());
     }
     return cache.emplace(std::move(key), std::move(formatter)).first->second.get();
 }
@@ -75,6 +89,27 @@ std::optional<QDateTime> parseWithPattern(const QString &text, const QString &pa
     if (position.getErrorIndex() != -1 || position.getIndex() != input.length())
         return std::nullopt;
     return QDateTime::fromMSecsSinceEpoch(qint64(millis), Qt::UTC);
+}
+
+std::optional<qint64> steadyOffsetAround(qint64 wallClockMs, const QTimeZone &zone)
+{
+    const auto *basic = dynamic_cast<const icu::BasicTimeZone *>(&cachedIcuZone(zone));
+    if (!basic)
+        return std::nullopt;
+    // Offsets stay within a day of UTC, so the instant of the wall-clock time
+    // lies well inside this window whatever the offset.
+    constexpr qint64 margin = 30 * 3600 * 1000LL;
+    const UDate from = UDate(wallClockMs - margin);
+    UErrorCode status = U_ZERO_ERROR;
+    int32_t raw = 0;
+    int32_t dst = 0;
+    basic->getOffset(from, false, raw, dst, status);
+    if (U_FAILURE(status))
+        return std::nullopt;
+    icu::TimeZoneTransition transition;
+    if (basic->getNextTransition(from, false, transition) && transition.getTime() <= UDate(wallClockMs + margin))
+        return std::nullopt;
+    return qint64(raw) + dst;
 }
 
 std::optional<QDateTime> parseInternetDateTime(const QString &text)

@@ -15,6 +15,14 @@ namespace kalvo {
 std::optional<QDateTime> parseWithPattern(const QString &text, const QString &pattern,
                                           const QTimeZone &zone);
 
+// The offset from UTC, in milliseconds, that `zone` gives as parseWithPattern
+// reads it (ICU's zone data, which can differ from the system's), provided it
+// holds from 30 hours before to 30 hours after `wallClockMs`, a wall-clock
+// time counted as if it were UTC. Nothing when the offset changes in that
+// window, where a wall-clock time can be skipped or repeated; the caller then
+// leaves the text to the patterns.
+std::optional<qint64> steadyOffsetAround(qint64 wallClockMs, const QTimeZone &zone);
+
 // ISO 8601 internet date-time: 2024-05-03T14:20:00Z or with a numeric offset.
 std::optional<QDateTime> parseInternetDateTime(const QString &text);
 // The same with fractional seconds, which are then required.

@@ -52,9 +52,10 @@ FeedDigest digestFeed(const QByteArray &body, const DigestRules &rules, const QS
         QString hash = newsHash(title, entry.link);
         if (known.contains(hash))
             continue;
-        const double score = localScore((title + u' ' + entry.description).toLower(), rules.priority);
-        digest.candidates.append({std::move(title), entry.link, contentExcerpt(entry.description),
-                                  entry.published, std::move(hash), score});
+        const QString description = RSSParser::clean(entry.descriptionMarkup);
+        const double score = localScore(title + u' ' + description, rules.priority);
+        digest.candidates.append({std::move(title), entry.link, contentExcerpt(description), entry.published,
+                                  std::move(hash), score});
     }
     return digest;
 }

@@ -37,8 +37,9 @@ struct DigestRules
 
 // Parses one feed body and turns its entries into candidates: drops entries
 // without a title, older than the age limit or whose hash is in `known`, and
-// scores the rest. Pure and thread-safe; the news service runs it off the GUI
-// thread.
+// cleans the descriptions of the rest and scores them. Most entries of a feed
+// polled again are known, so they cost a parse and a hash, no cleaning. Pure
+// and thread-safe; the news service runs it off the GUI thread.
 FeedDigest digestFeed(const QByteArray &body, const DigestRules &rules, const QSet<QString> &known);
 
 // The de-duplication key of a headline: MD5 of the UTF-8 title immediately

@@ -5,6 +5,7 @@
 #include <QPromise>
 #include <QTimer>
 
+#include <algorithm>
 #include <memory>
 
 namespace kalvo {
@@ -31,17 +32,21 @@ HttpResponse responseOf(QNetworkReply *reply, qint64 maxBodyBytes)
     const QVariant status = reply->attribute(QNetworkRequest::HttpStatusCodeAttribute);
     const QNetworkReply::NetworkError error = reply->error();
     // Codes below the content range are connection, time-out and proxy
-    // failures; from there on the server did answer, with an HTTP status.
-    const bool transportFailure = error != QNetworkReply::NoError && error < QNetworkReply::ContentAccessDenied;
+    // failures; from there on they stand for the server's error statuses,
+    // except below 400, where the status was fine and the body broke: one
+    // that could not be unpacked, or was given up as unpacking too far.
+    const bool transportFailure = error != QNetworkReply::NoError
+                                  && (error < QNetworkReply::ContentAccessDenied || status.toInt() < 400);
     if (!status.isValid() || transportFailure)
         return {};
-    return {true, status.toInt(), reply->readAll()};
+    return {true, status.toInt(), reply->readAll(), reply->rawHeaderPairs()};
 }
 
 QNetworkRequest networkRequest(const HttpGet &get)
 {
     QNetworkRequest request(get.url);
     request.setTransferTimeout(int(get.timeout.count()));
+    request.setDecompressedSafetyCheckThreshold(std::min(get.maxBodyBytes, HttpGet::unpackCheckBytes));
     for (const auto &header : get.headers)
         request.setRawHeader(header.first, header.second);
     if (get.alwaysReload)
@@ -71,6 +76,15 @@ void start(QNetworkAccessManager *network, const HttpGet &get, const SharedPromi
 }
 
 } // namespace
+
+QByteArray HttpResponse::header(QByteArrayView name) const
+{
+    for (const auto &[key, value] : headers) {
+        if (name.compare(key, Qt::CaseInsensitive) == 0)
+            return value;
+    }
+    return {};
+}
 
 MarketHttp::MarketHttp() : m_context(new QObject)
 {

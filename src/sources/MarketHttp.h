@@ -13,13 +13,18 @@
 namespace kalvo {
 
 // What one GET brought back. `answered` is false when no complete HTTP answer
-// came (refused, reset, timed out, too large, or the client went away first);
-// then `status` is 0 and `body` is empty.
+// came (refused, reset, timed out, too large, a body that cannot be unpacked,
+// or the client went away first); then `status` is 0 and the rest is empty.
 struct HttpResponse
 {
     bool answered = false;
     int status = 0;
-    QByteArray body;
+    QByteArray body; // unpacked when it came compressed
+    // As the server sent them, except that an unpacked body has no length.
+    QList<std::pair<QByteArray, QByteArray>> headers{};
+
+    // The value of the first header named `name` (in any case), or empty.
+    QByteArray header(QByteArrayView name) const;
 };
 
 struct HttpGet
@@ -27,6 +32,13 @@ struct HttpGet
     // Far above any real feed or rates file (well under a megabyte each), so
     // only a runaway body is cut off before it eats the memory.
     static constexpr qint64 defaultMaxBodyBytes = 32 * 1024 * 1024;
+    // Bodies are asked for compressed: the network stack offers gzip, deflate,
+    // br and zstd and unpacks what comes, and the limit above counts unpacked
+    // bytes. To count them the stack unpacks all that arrived, and a body of a
+    // megabyte can take seconds to unpack to gigabytes; so past this many
+    // unpacked bytes (the stack's own default, or the limit when that is
+    // lower) it gives up on a body that unpacks far more than any text does.
+    static constexpr qint64 unpackCheckBytes = 10 * 1024 * 1024;
     // A request that keeps trickling bytes never trips the time-out; this many
     // time-outs in total end it anyway.
     static constexpr int timeoutsPerRequest = 3;
@@ -35,7 +47,9 @@ struct HttpGet
     // Gives up when nothing arrives for this long, as the platform's request
     // time-out does; 0 means none.
     std::chrono::milliseconds timeout{0};
-    QList<std::pair<QByteArray, QByteArray>> headers;
+    // Sent beside the stack's own. A caller's own Accept-Encoding gets the
+    // body as it came, packed or not.
+    QList<std::pair<QByteArray, QByteArray>> headers{};
     bool alwaysReload = false; // skip any cached copy
     qint64 maxBodyBytes = defaultMaxBodyBytes;
 };

@@ -2,6 +2,7 @@
 
 #include "FeedDigest.h"
 #include "core/Clock.h"
+#include "core/Trace.h"
 #include "storage/DatabaseService.h"
 
 #include <QCoroFuture>
@@ -85,6 +86,7 @@ QCoro::Task<> NewsService::fetchCycle()
     }
     if (due.isEmpty())
         co_return;
+    qCDebug(lcTrace).noquote() << "news cycle begins" << QDateTime::currentMSecsSinceEpoch() << "due" << due.size();
 
     // Tasks start at once, so all requests are under way before the first wait.
     std::vector<QCoro::Task<bool>> fetches;
@@ -106,6 +108,33 @@ QCoro::Task<> NewsService::fetchCycle()
         m_onCycle(now, delivered > 0 || failed == 0);
 }
 
+namespace {
+
+// What became of one feed request, worked out off the GUI thread.
+struct FeedAnswer
+{
+    bool unchanged = false; // 304 to a conditional request
+    bool fresh = false;     // a 2xx answer: `digest` and `etag`, `lastModified` are its own
+    FeedDigest digest{};
+    QByteArray etag{};
+    QByteArray lastModified{};
+};
+
+} // namespace
+
+HttpGet NewsService::requestFor(const QUrl &url, const QString &feedName) const
+{
+    HttpGet get{url, m_requestTimeout, {{"User-Agent", userAgent.toByteArray()}}};
+    // At least one of the two is there.
+    if (const auto held = m_validators.constFind(feedName); held != m_validators.cend()) {
+        if (!held->etag.isEmpty())
+            get.headers.append({"If-None-Match", held->etag});
+        if (!held->lastModified.isEmpty())
+            get.headers.append({"If-Modified-Since", held->lastModified});
+    }
+    return get;
+}
+
 QCoro::Task<bool> NewsService::fetchFeed(int feedIndex)
 {
     QPointer<NewsService> self(this);
@@ -119,51 +148,57 @@ QCoro::Task<bool> NewsService::fetchFeed(int feedIndex)
     // limit is taken from when the request went out, which differs from the
     // answer's time by at most the request's own time limit.
     const DigestRules rules{m_clock.now(), m_config.newsMaxAgeHours, feed.priority};
-    QFuture<FeedDigest> digesting =
-        m_http.get({url, m_requestTimeout, {{"User-Agent", userAgent.toByteArray()}}})
-            .then(QtFuture::Launch::Async, [rules, known = m_seenHashes.members()](const HttpResponse &response) {
-                if (!response.answered || response.status < 200 || response.status > 299)
-                    return FeedDigest{};
-                return digestFeed(response.body, rules, known);
-            });
-    const FeedDigest digest = co_await digesting;
+    const HttpGet get = requestFor(url, feed.name);
+    const bool conditional = m_validators.contains(feed.name);
+    QFuture<FeedAnswer> answering = m_http.get(get).then(
+        QtFuture::Launch::Async, [rules, conditional, known = m_seenHashes.members()](const HttpResponse &response) {
+            if (response.answered && response.status == 304 && conditional)
+                return FeedAnswer{true};
+            if (!response.answered || response.status < 200 || response.status > 299)
+                return FeedAnswer{};
+            return FeedAnswer{false, true, digestFeed(response.body, rules, known), response.header("ETag"),
+                              response.header("Last-Modified")};
+        });
+    const FeedAnswer answer = co_await answering;
     if (!self)
         co_return false;
-    if (!digest.hasEntries)
+    // The document is the one whose entries were all looked at last time.
+    if (answer.unchanged)
+        co_return true;
+    // Validators stay through failures: the document they name is still the
+    // last one read. A document without entries has nothing worth naming.
+    if (answer.fresh) {
+        if (answer.digest.hasEntries && !(answer.etag.isEmpty() && answer.lastModified.isEmpty()))
+            m_validators.insert(feed.name, {answer.etag, answer.lastModified});
+        else
+            m_validators.remove(feed.name);
+    }
+    if (!answer.digest.hasEntries)
         co_return false;
 
-    // One entry at a time: each item is stored and delivered before the next
-    // is looked at, so a feed's items arrive in document order.
-    for (const NewsCandidate &candidate : digest.candidates) {
-        co_await processCandidate(candidate, feedIndex);
-        if (!self)
-            co_return false;
+    // Known items go first, from memory; the rest is stored in one
+    // transaction that leaves out what the database already had. Every item
+    // is stored before it is delivered, and a feed's items arrive in
+    // document order.
+    QList<NewsItem> unseen;
+    for (const NewsCandidate &candidate : answer.digest.candidates) {
+        // Checked again: another feed may have brought the same item since the digest was made.
+        if (!m_seenHashes.contains(candidate.hash))
+            unseen.append(itemFrom(candidate, feed));
+    }
+    if (unseen.isEmpty())
+        co_return true;
+    QFuture<QList<NewsItem>> storing = m_db->insertUnknown(unseen);
+    const QList<NewsItem> added = co_await storing;
+    if (!self)
+        co_return false;
+    for (const NewsItem &item : unseen)
+        m_seenHashes.insert(item.hash);
+    for (const NewsItem &item : added) {
+        if (m_onItem)
+            m_onItem(item);
     }
     co_return true;
-}
-
-QCoro::Task<> NewsService::processCandidate(const NewsCandidate &candidate, int feedIndex)
-{
-    QPointer<NewsService> self(this);
-    // Checked again: an earlier entry of this or another feed may have brought
-    // the same item since the digest was made.
-    if (m_seenHashes.contains(candidate.hash))
-        co_return;
-    QFuture<bool> lookup = m_db->containsHash(candidate.hash);
-    const bool stored = co_await lookup;
-    if (!self)
-        co_return;
-    m_seenHashes.insert(candidate.hash);
-    if (stored)
-        co_return;
-
-    const NewsItem item = itemFrom(candidate, newsFeeds().at(feedIndex));
-    QFuture<void> storing = m_db->insert(item);
-    co_await storing;
-    if (!self)
-        co_return;
-    if (m_onItem)
-        m_onItem(item);
 }
 
 NewsItem NewsService::itemFrom(const NewsCandidate &candidate, const NewsFeed &feed) const

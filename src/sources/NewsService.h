@@ -32,6 +32,12 @@ struct NewsCandidate;
 // GUI thread and calls back there; the requests run on its network thread
 // (MarketHttp), parsing, hashing and scoring on Qt's thread pool. Logs
 // nothing; failed feeds only show in the cycle's health.
+//
+// Most cycles bring nothing new, so requests are conditional: a feed's next
+// request carries the ETag and Last-Modified of its last answer with entries,
+// and a publisher that answers 304 is taken to serve that same document
+// again, which has nothing unseen (kept in memory only: after a restart the
+// first request of each feed asks for the whole document).
 class NewsService : public QObject
 {
     Q_OBJECT
@@ -68,7 +74,7 @@ private:
     QCoro::Task<> rememberStoredItems();
     QCoro::Task<> fetchCycle();
     QCoro::Task<bool> fetchFeed(int feedIndex);
-    QCoro::Task<> processCandidate(const NewsCandidate &candidate, int feedIndex);
+    HttpGet requestFor(const QUrl &url, const QString &feedName) const;
 
     bool isDue(const NewsFeed &feed, const QDateTime &now) const;
     NewsItem itemFrom(const NewsCandidate &candidate, const NewsFeed &feed) const;
@@ -80,6 +86,12 @@ private:
     std::chrono::milliseconds m_requestTimeout = defaultRequestTimeout;
     SeenHashes m_seenHashes;
     QHash<QString, QDateTime> m_lastFetch; // feed name -> start of the last cycle that fetched it
+    struct Validators
+    {
+        QByteArray etag;
+        QByteArray lastModified;
+    };
+    QHash<QString, Validators> m_validators; // feed name -> of its last answer with entries
     ItemCallback m_onItem;
     CycleCallback m_onCycle;
     std::stop_source m_stop;

@@ -22,6 +22,11 @@ QFuture<void> DatabaseService::insert(NewsItem item)
     return m_worker.run([store = m_store.get(), item = std::move(item)] { store->insert(item); });
 }
 
+QFuture<QList<NewsItem>> DatabaseService::insertUnknown(QList<NewsItem> items)
+{
+    return m_worker.run([store = m_store.get(), items = std::move(items)] { return store->insertUnknown(items); });
+}
+
 QFuture<void> DatabaseService::updateAnalysis(QString id, NewsAnalysis analysis, double score)
 {
     return m_worker.run([store = m_store.get(), id = std::move(id), analysis = std::move(analysis), score] {

@@ -23,6 +23,8 @@ public:
 
     QFuture<void> open();
     QFuture<void> insert(NewsItem item);
+    // The items that were not stored yet, now stored; see NewsStore::insertUnknown.
+    QFuture<QList<NewsItem>> insertUnknown(QList<NewsItem> items);
     QFuture<void> updateAnalysis(QString id, NewsAnalysis analysis, double score);
     QFuture<QList<NewsItem>> loadRecent(int limit);
     QFuture<bool> containsHash(QString hash);

@@ -64,26 +64,63 @@ void NewsStore::open()
     }
 }
 
+namespace {
+
+constexpr const char *insertSql = "INSERT OR IGNORE INTO news (id,title,source,url,published,content,hash,"
+                                  "score,priority) VALUES (?,?,?,?,?,?,?,?,?)";
+
+} // namespace
+
 void NewsStore::insert(const NewsItem &item)
+{
+    SqliteStatement statement(m_db, insertSql);
+    if (statement.isPrepared())
+        insert(statement, item);
+}
+
+// True when the row was added; false when it was already there or could not be written.
+bool NewsStore::insert(SqliteStatement &statement, const NewsItem &item)
 {
     if (item.priority < std::numeric_limits<int>::min() || item.priority > std::numeric_limits<int>::max()) {
         qWarning().noquote() << "[Database] ✗ Priorität außerhalb des Bereichs:" << item.priority;
-        return;
+        return false;
     }
-    SqliteStatement insert(m_db, "INSERT OR IGNORE INTO news (id,title,source,url,published,content,hash,"
-                                 "score,priority) VALUES (?,?,?,?,?,?,?,?,?)");
-    if (!insert.isPrepared())
-        return;
-    insert.bind(1, item.id);
-    insert.bind(2, item.title);
-    insert.bind(3, item.source);
-    insert.bind(4, item.url);
-    insert.bind(5, formatIsoUtc(item.published));
-    insert.bind(6, item.content);
-    insert.bind(7, item.hash);
-    insert.bind(8, item.score);
-    insert.bind(9, int(item.priority));
-    insert.step();
+    statement.reset();
+    statement.bind(1, item.id);
+    statement.bind(2, item.title);
+    statement.bind(3, item.source);
+    statement.bind(4, item.url);
+    statement.bind(5, formatIsoUtc(item.published));
+    statement.bind(6, item.content);
+    statement.bind(7, item.hash);
+    statement.bind(8, item.score);
+    statement.bind(9, int(item.priority));
+    statement.step();
+    return sqlite3_changes(m_db) > 0;
+}
+
+QList<NewsItem> NewsStore::insertUnknown(const QList<NewsItem> &items)
+{
+    SqliteStatement known(m_db, "SELECT 1 FROM news WHERE hash=? LIMIT 1");
+    SqliteStatement statement(m_db, insertSql);
+    if (!known.isPrepared() || !statement.isPrepared())
+        return items;
+    // One commit for a feed's worth of headlines instead of one each.
+    const bool inTransaction = sqlite3_exec(m_db, "BEGIN", nullptr, nullptr, nullptr) == SQLITE_OK;
+    QList<NewsItem> added;
+    for (const NewsItem &item : items) {
+        known.reset();
+        known.bind(1, item.hash);
+        if (known.step())
+            continue;
+        insert(statement, item);
+        added.append(item);
+    }
+    if (inTransaction && sqlite3_exec(m_db, "COMMIT", nullptr, nullptr, nullptr) != SQLITE_OK) {
+        qWarning().noquote() << "[Database] ✗" << m_path << "-" << sqlite3_errmsg(m_db);
+        sqlite3_exec(m_db, "ROLLBACK", nullptr, nullptr, nullptr);
+    }
+    return added;
 }
 
 void NewsStore::updateAnalysis(const QString &id, const NewsAnalysis &analysis, double score)

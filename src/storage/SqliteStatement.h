@@ -33,6 +33,12 @@ public:
 
     // True while the statement produced a row.
     bool step() { return sqlite3_step(m_statement) == SQLITE_ROW; }
+    // Ready to run again with new values.
+    void reset()
+    {
+        sqlite3_reset(m_statement);
+        sqlite3_clear_bindings(m_statement);
+    }
 
     QString text(int column) const
     {

@@ -1,16 +1,21 @@
 #include "../TestSupport.h"
 
 #include "MarketEvents.h"
+#include "MarketSimulator.h"
 #include "NewsFeeds.h"
 #include "PriceQuotes.h"
+#include "PublicationLog.h"
+#include "sources/MarketHttp.h"
 #include "sources/RSSParser.h"
 
 #include <QHash>
+#include <QLocale>
 #include <QRegularExpression>
 #include <QSet>
 #include <QUrl>
 
 using namespace kalvo;
+using namespace std::chrono_literals;
 
 namespace {
 
@@ -42,10 +47,15 @@ std::optional<sim::MarketEvent> firstRelease(quint64 seed, const QString &title,
     return std::nullopt;
 }
 
-sim::HttpReply fetch(const sim::NewsFeeds &feeds, const QString &target)
+sim::HttpReply fetch(const sim::NewsFeeds &feeds, const QString &target, const QMap<QByteArray, QByteArray> &headers = {})
 {
     const QUrl url(u"http://127.0.0.1"_s + target);
-    return feeds.reply(url.path(), url.query(QUrl::FullyEncoded));
+    return feeds.reply(url.path(), url.query(QUrl::FullyEncoded), headers);
+}
+
+QByteArray httpDate(const QDateTime &instant)
+{
+    return QLocale::c().toString(instant.toUTC(), u"ddd, dd MMM yyyy HH:mm:ss 'GMT'"_s).toLatin1();
 }
 
 } // namespace
@@ -99,6 +109,137 @@ private slots:
 
         QVERIFY(feeds.reply(u"/rss/search"_s, u"hl=en-US&q=EURUSD"_s).body.contains("<title>&quot;EURUSD"));
         QCOMPARE(feeds.reply(u"/rss/search"_s, u"q=bitcoin"_s).status, 404);
+    }
+
+    // 304 when the client's copy is the feed's current document: by ETag
+    // when it sends one, else by date (Last-Modified counts whole seconds,
+    // from the newest headline's time). "{etag}" and "{date}" stand for the
+    // feed's current validators, "{old etag}" for those of ten minutes and
+    // a few headlines before.
+    void conditionalRequests_data()
+    {
+        QTest::addColumn<QByteArray>("ifNoneMatch");
+        QTest::addColumn<QByteArray>("ifModifiedSince");
+        QTest::addColumn<int>("status");
+
+        const QByteArray none;
+        QTest::newRow("unconditional") << none << none << 200;
+        QTest::newRow("current ETag") << "{etag}"_ba << none << 304;
+        QTest::newRow("current ETag, weak, second in a list") << "{old etag}, W/{etag}"_ba << none << 304;
+        QTest::newRow("any ETag") << "*"_ba << none << 304;
+        QTest::newRow("ETag of before the feed grew") << "{old etag}"_ba << none << 200;
+        QTest::newRow("a stale ETag outweighs the current date") << "{old etag}"_ba << "{date}"_ba << 200;
+        QTest::newRow("the current ETag outweighs an old date") << "{etag}"_ba << "{date-1}"_ba << 304;
+        QTest::newRow("date of the newest headline") << none << "{date}"_ba << 304;
+        QTest::newRow("a second later") << none << "{date+1}"_ba << 304;
+        QTest::newRow("a second earlier") << none << "{date-1}"_ba << 200;
+        QTest::newRow("unreadable date") << none << "yesterday"_ba << 200;
+    }
+    void conditionalRequests()
+    {
+        QDateTime now = test::utc(2024, 5, 3, 14, 20);
+        const sim::SimulatorOptions options = optionsAt(&now);
+        const sim::NewsFeeds feeds(options);
+        const QString target = u"/feed/news/"_s;
+        const QByteArray old = fetch(feeds, target).header("ETag");
+        now = now.addSecs(600);
+        const sim::HttpReply current = fetch(feeds, target);
+        QVERIFY(current.header("ETag") != old);
+        QDateTime date; // of the feed's newest headline
+        for (const sim::FeedHeadline &headline : feeds.headlines(now.addSecs(-3600), now.addMSecs(1)))
+            date = headline.feed == target ? headline.published : date;
+        const auto fill = [&](QByteArray value) {
+            return value.replace("{old etag}", old)
+                .replace("{etag}", current.header("ETag"))
+                .replace("{date}", httpDate(date))
+                .replace("{date+1}", httpDate(date.addSecs(1)))
+                .replace("{date-1}", httpDate(date.addSecs(-1)));
+        };
+        QMap<QByteArray, QByteArray> headers;
+        QFETCH(QByteArray, ifNoneMatch);
+        QFETCH(QByteArray, ifModifiedSince);
+        if (!ifNoneMatch.isEmpty())
+            headers.insert("if-none-match", fill(ifNoneMatch));
+        if (!ifModifiedSince.isEmpty())
+            headers.insert("if-modified-since", fill(ifModifiedSince));
+        const sim::HttpReply reply = fetch(feeds, target, headers);
+        QTEST(reply.status, "status");
+        QCOMPARE(reply.body, reply.status == 304 ? QByteArray() : current.body);
+        QCOMPARE(reply.headers, current.headers);
+    }
+
+    // Over the wire: gzip for a client that accepts it, the document itself
+    // for one that does not; always with Vary. The app's own client asks for
+    // it packed and unpacks it (only what it asked for itself).
+    void bodiesPackedWhenAccepted_data()
+    {
+        QTest::addColumn<QByteArray>("acceptEncoding"); // empty: the client's own
+        QTest::addColumn<bool>("packed");
+
+        QTest::newRow("the app's client") << QByteArray() << true;
+        QTest::newRow("gzip") << "gzip"_ba << true;
+        QTest::newRow("gzip preferred less") << "deflate, gzip;q=0.5"_ba << true;
+        QTest::newRow("anything") << "*"_ba << true;
+        QTest::newRow("gzip refused") << "gzip;q=0, deflate"_ba << false;
+        QTest::newRow("deflate only") << "deflate"_ba << false;
+    }
+    void bodiesPackedWhenAccepted()
+    {
+        QFETCH(QByteArray, acceptEncoding);
+        QFETCH(bool, packed);
+        sim::SimulatorOptions options;
+        options.now = [] { return test::utc(2024, 5, 3, 14, 20); };
+        sim::MarketSimulator simulator(options);
+        simulator.news().setItemsPerFeed(10);
+        QVERIFY(simulator.start() != 0);
+        const QString target = u"/news/business/rss.xml"_s;
+        HttpGet get{QUrl(simulator.baseUrl().toString() + target), 5s};
+        if (!acceptEncoding.isEmpty())
+            get.headers.append({"Accept-Encoding", acceptEncoding});
+        MarketHttp http;
+        QFuture<HttpResponse> future = http.get(get);
+        QVERIFY(QTest::qWaitFor([&] { return future.isFinished(); }, 5000));
+        const HttpResponse response = future.result();
+        const QByteArray document = simulator.news().reply(target, {}).body;
+        QCOMPARE(response.header("Vary"), "Accept-Encoding"_ba);
+        QCOMPARE(response.header("Content-Encoding"), packed ? "gzip"_ba : QByteArray());
+        if (packed && !acceptEncoding.isEmpty())
+            QVERIFY(response.body.startsWith("\x1f\x8b") && response.body.size() < document.size() / 4);
+        else
+            QCOMPARE(response.body, document);
+    }
+
+    // What kalvo-sim --log-published prints: every headline once, as the
+    // clock passes its time, with the link its feed lists from then on.
+    void publicationLog()
+    {
+        QDateTime now = test::utc(2024, 5, 3, 14, 20).addSecs(5);
+        const sim::SimulatorOptions options = optionsAt(&now);
+        const sim::NewsFeeds feeds(options);
+        QList<QByteArray> lines;
+        sim::PublicationLog log(feeds, options.now, [&](const sim::FeedHeadline &headline) {
+            lines.append(sim::PublicationLog::line(headline));
+        });
+        const QDateTime next = feeds.nextPublication(now);
+        now = next.addMSecs(-1);
+        log.catchUp();
+        QVERIFY(lines.isEmpty()); // what came out before the log began is not told either
+        now = next.addSecs(180);
+        log.catchUp();
+        log.catchUp();
+
+        const QList<sim::FeedHeadline> published = feeds.headlines(next, now.addMSecs(1));
+        QCOMPARE(lines.size(), published.size());
+        QVERIFY(std::abs(published.size() - 12) <= 1);
+        for (qsizetype i = 0; i < lines.size(); ++i) {
+            const QList<QByteArray> words = lines[i].split(' ');
+            QCOMPARE(words.size(), 3);
+            QCOMPARE(words[0], "published"_ba);
+            QCOMPARE(words[1], published[i].published.toString(u"yyyy-MM-dd'T'HH:mm:ss.zzz'Z'"_s).toLatin1());
+            QVERIFY2(fetch(feeds, published[i].feed).body.contains("<link>" + words[2] + "</link>")
+                         || fetch(feeds, published[i].feed).body.contains("href=\"" + words[2] + '"'),
+                     lines[i].constData());
+        }
     }
 
     // At the rates the simulator runs with, no title comes back within an

@@ -34,7 +34,8 @@ bool spin(Predicate done, kalvo::ManualClock *clock = nullptr)
 }
 
 // A market service on a manual clock, reading the market simulator, which
-// follows the same clock. Keeps what the service hands to its first callback.
+// follows the same clock unless `simulatorTime` pins it. Keeps what the
+// service hands to its first callback.
 template<typename Service, typename Delivery>
 class SimulatedMarket
 {
@@ -42,7 +43,7 @@ public:
     explicit SimulatedMarket(const QDateTime &start) : clock(start)
     {
         kalvo::sim::SimulatorOptions options;
-        options.now = [this] { return clock.now(); };
+        options.now = [this] { return simulatorTime.value_or(clock.now()); };
         simulator = std::make_unique<kalvo::sim::MarketSimulator>(options);
         simulator->start();
     }
@@ -73,6 +74,7 @@ public:
     kalvo::sim::LoopbackServer &server() { return simulator->server(); }
 
     kalvo::ManualClock clock;
+    std::optional<QDateTime> simulatorTime;
     std::unique_ptr<kalvo::sim::MarketSimulator> simulator;
     std::unique_ptr<Service> service;
     std::optional<QCoro::Task<>> task;

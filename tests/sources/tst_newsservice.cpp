@@ -29,6 +29,11 @@ QByteArray rssItem(const QString &title, const QString &link, const QString &dat
     return (item + u"</item>"_s).toUtf8();
 }
 
+QString targetOf(const sim::RecordedRequest &request)
+{
+    return request.query.isEmpty() ? request.path : request.path + u'?' + request.query;
+}
+
 QStringList titlesFrom(const QList<NewsItem> &items, const QString &source = {})
 {
     QStringList titles;
@@ -78,6 +83,18 @@ public:
     }
 
     bool waitForCycles(int count) { return test::spin([&] { return cycles.size() >= count; }); }
+
+    // The ETag and Last-Modified every feed answers with now, by target.
+    QHash<QString, std::pair<QByteArray, QByteArray>> validators() const
+    {
+        QHash<QString, std::pair<QByteArray, QByteArray>> result;
+        for (const QString &target : sim::NewsFeeds::targets()) {
+            const QUrl url(u"http://127.0.0.1"_s + target);
+            const sim::HttpReply reply = simulator->news().reply(url.path(), url.query(QUrl::FullyEncoded));
+            result.insert(target, {reply.header("ETag"), reply.header("Last-Modified")});
+        }
+        return result;
+    }
 
     QTemporaryDir dir;
     std::shared_ptr<DatabaseService> db;
@@ -138,6 +155,92 @@ private slots:
         QCOMPARE(requests.size(), 22);
         QCOMPARE(harness.deliveries.size(), known);
         QCOMPARE(harness.cycles.last().second, true);
+    }
+
+    // A feed's next request names the document of its last answer with
+    // entries, by both validators; a 304 means nothing new and counts as
+    // delivering. The second cycle meets a fault on every feed (or news, or
+    // nothing new); the third finds them all well again.
+    void validatorsAcrossCycles_data()
+    {
+        QTest::addColumn<int>("faultKind"); // -1: none
+        QTest::addColumn<int>("minutesOfNews");
+        QTest::addColumn<bool>("secondHealthy");
+        QTest::addColumn<bool>("thirdConditional");
+
+        using Kind = sim::Fault::Kind;
+        QTest::newRow("nothing new: 304 from every feed") << -1 << 0 << true << true;
+        QTest::newRow("ten minutes of news") << -1 << 10 << true << true;
+        QTest::newRow("503 keeps them") << int(Kind::Status) << 0 << false << true;
+        QTest::newRow("a time-out keeps them") << int(Kind::Hang) << 0 << false << true;
+        QTest::newRow("a cut-off document with entries names them again") << int(Kind::Truncate) << 0 << true << true;
+        QTest::newRow("an empty 200 drops them") << int(Kind::Empty) << 0 << false << false;
+        QTest::newRow("a 200 of garbage drops them") << int(Kind::Garbage) << 0 << false << false;
+    }
+    void validatorsAcrossCycles()
+    {
+        QFETCH(int, faultKind);
+        QFETCH(int, minutesOfNews);
+        Harness harness;
+        harness.simulatorTime = startTime;
+        harness.start();
+        QVERIFY(harness.waitForCycles(1));
+        QCOMPARE(harness.deliveries.size(), 22 * 3);
+        const QHash<QString, std::pair<QByteArray, QByteArray>> first = harness.validators();
+
+        harness.simulatorTime = startTime.addSecs(60 * minutesOfNews);
+        // What the feeds list now and did not list before: the newest three
+        // of each feed's headlines since.
+        QHash<QString, QStringList> since;
+        for (const sim::FeedHeadline &headline :
+             harness.simulator->news().headlines(startTime.addMSecs(1), harness.simulatorTime->addMSecs(1)))
+            since[headline.feed].prepend(headline.link);
+        QSet<QString> news;
+        for (const QStringList &links : std::as_const(since))
+            news.unite(QSet<QString>(links.cbegin(), links.cbegin() + std::min<qsizetype>(3, links.size())));
+        QCOMPARE(news.size(), minutesOfNews == 0 ? 0 : 35); // of 40 headlines: some feeds had more than three
+        for (const QString &feed : sim::NewsFeeds::targets()) {
+            if (faultKind >= 0)
+                harness.server().setFault(QUrl(feed).path(), {sim::Fault::Kind(faultKind), 503, 0});
+        }
+        if (faultKind == int(sim::Fault::Kind::Hang))
+            harness.service->setRequestTimeout(300ms);
+        harness.server().clearRequests();
+        harness.clock.advance(10s);
+        QVERIFY(harness.waitForCycles(2));
+        const QList<sim::RecordedRequest> &requests = harness.server().requests();
+        // A server that never answers holds all the connections the client
+        // opens to one host; most requests queued behind them time out unsent.
+        QVERIFY(faultKind == int(sim::Fault::Kind::Hang) ? !requests.isEmpty() : requests.size() == 22);
+        for (const sim::RecordedRequest &request : requests) {
+            const auto &[etag, lastModified] = first.value(targetOf(request));
+            QCOMPARE(request.headers.value("if-none-match"), etag);
+            QCOMPARE(request.headers.value("if-modified-since"), lastModified);
+            QVERIFY(request.headers.value("accept-encoding").contains("gzip"));
+        }
+        QTEST(harness.cycles.last().second, "secondHealthy");
+        QSet<QString> delivered;
+        for (qsizetype i = 22 * 3; i < harness.deliveries.size(); ++i)
+            delivered.insert(harness.deliveries[i].url);
+        QCOMPARE(delivered, news);
+
+        harness.server().clearFaults();
+        harness.server().clearRequests();
+        harness.service->setRequestTimeout(2s);
+        const qsizetype before = harness.deliveries.size();
+        const QHash<QString, std::pair<QByteArray, QByteArray>> current = harness.validators();
+        harness.clock.advance(10s);
+        QVERIFY(harness.waitForCycles(3));
+        // A request given up on at the very end of the hanging cycle may reach the server only now.
+        QVERIFY(requests.size() >= 22);
+        QFETCH(bool, thirdConditional);
+        for (const sim::RecordedRequest &request : requests) {
+            const auto &[etag, lastModified] = current.value(targetOf(request));
+            QCOMPARE(request.headers.value("if-none-match"), thirdConditional ? etag : QByteArray());
+            QCOMPARE(request.headers.value("if-modified-since"), thirdConditional ? lastModified : QByteArray());
+        }
+        QCOMPARE(harness.cycles.last().second, true);
+        QCOMPARE(harness.deliveries.size(), before);
     }
 
     // The item built from an entry: age limit, missing dates, the cleaned and
@@ -288,6 +391,13 @@ private slots:
         QTest::newRow("relevance capped at 2")
             << u"usd eur gbp jpy chf cad aud nzd forex dollar yen yuan"_s << 3 << 4.0;
         QTest::newRow("shock capped at 3") << u"war attack sanction default"_s << 3 << 5.0;
+        QTest::newRow("one keyword in two lists, one inside another")
+            << u"breaking: fed announces emergency rate cut"_s << 1 << 8.0;
+        QTest::newRow("four lists") << u"ecb minutes show officials split on rate hike"_s << 2 << 5.0;
+        QTest::newRow("two keywords start at one place") << u"federal reserve"_s << 2 << 4.0;
+        QTest::newRow("live inside a word, at the end") << u"usd delivery"_s << 2 << 3.0;
+        QTest::newRow("matched in lower case") << u"Breaking: FED Announces Emergency Rate Cut"_s << 1 << 8.0;
+        QTest::newRow("kelvin sign lower-cases to k") << u"BAN\u212A OF ENGLAND"_s << 3 << 3.0;
         QTest::newRow("clamped to 10")
             << u"breaking live: fed fomc emergency rate cut rate hike ecb boe gdp recession crisis war attack "
                "sanction default minutes speech forecast guidance outlook survey"_s

@@ -85,6 +85,19 @@ private slots:
         QCOMPARE(awaited(db->containsHash(u"hash-2"_s)), false);
     }
 
+    // A feed's batch: known hashes and repeats within the batch are left out,
+    // the rest is stored and returned in its order.
+    void insertUnknownReturnsWhatWasNew()
+    {
+        const auto db = serviceWith({test::newsItem(1, now), test::newsItem(2, now)});
+        NewsItem repeat = test::newsItem(4, now);
+        repeat.hash = u"hash-3"_s;
+        const QList<NewsItem> batch{test::newsItem(5, now), test::newsItem(2, now), test::newsItem(3, now), repeat};
+        QCOMPARE(test::ids(awaited(db->insertUnknown(batch))), (QStringList{u"id-5"_s, u"id-3"_s}));
+        QCOMPARE(awaited(db->loadRecent(60)).size(), 4);
+        QVERIFY(awaited(db->insertUnknown(batch)).isEmpty());
+    }
+
     void loadRecentKeepsNewest_data()
     {
         QTest::addColumn<int>("stored");
@@ -187,6 +200,8 @@ private slots:
             DatabaseService db(data.fileName(), m_clock);
             awaited(db.open());
             awaited(db.insert(test::newsItem(1, now)));
+            // Nothing can be known, so everything counts as new.
+            QCOMPARE(awaited(db.insertUnknown({test::newsItem(2, now)})).size(), 1);
             awaited(db.updateAnalysis(u"id-1"_s, someAnalysis(), 9));
             QVERIFY(awaited(db.loadRecent(60)).isEmpty());
             QVERIFY(!awaited(db.containsHash(u"hash-1"_s)));

@@ -222,6 +222,11 @@ private slots:
         QCOMPARE(h.color(u"priceValue"_s, row), Theme::textMuted());
         QCOMPARE(h.text(u"priceArrow"_s, row), QString());
         QVERIFY(h.shows(u"priceWaiting"_s, row) && !h.shows(u"priceChange"_s, row));
+        // A wait without end does not keep the window redrawing: the spinner comes to rest.
+        QQuickItem *spinner = h.item(u"priceWaiting"_s, row);
+        QVERIFY(spinner->property("turning").toBool());
+        spinner->setProperty("turnForMs", 20);
+        QTRY_VERIFY(!spinner->property("turning").toBool());
         h.state.onPrices({{u"EUR/USD"_s, test::quote(u"EUR/USD"_s, 1.084213, 0.125, h.clock.now())}});
         QCOMPARE(h.text(u"priceValue"_s, row), u"1.08421"_s);
         QCOMPARE(h.color(u"priceValue"_s, row), Theme::green());
