@@ -91,6 +91,10 @@ ColumnLayout {
             clip: true
             boundsBehavior: Flickable.StopAtBounds
             reuseItems: true
+            // Rows beyond the visible ones would be built ahead in the
+            // background on every large change, a first cycle among them;
+            // scrolling takes rows from the reuse pool instead.
+            cacheBuffer: 0
             model: NewsFilterModel {
                 objectName: "newsFilterModel"
                 sourceModel: panel.newsModel
