@@ -68,6 +68,7 @@ namespace {
 
 constexpr const char *insertSql = "INSERT OR IGNORE INTO news (id,title,source,url,published,content,hash,"
                                   "score,priority) VALUES (?,?,?,?,?,?,?,?,?)";
+constexpr const char *knownHashSql = "SELECT 1 FROM news WHERE hash=? LIMIT 1";
 
 } // namespace
 
@@ -101,7 +102,7 @@ bool NewsStore::insert(SqliteStatement &statement, const NewsItem &item)
 
 QList<NewsItem> NewsStore::insertUnknown(const QList<NewsItem> &items)
 {
-    SqliteStatement known(m_db, "SELECT 1 FROM news WHERE hash=? LIMIT 1");
+    SqliteStatement known(m_db, knownHashSql);
     SqliteStatement statement(m_db, insertSql);
     if (!known.isPrepared() || !statement.isPrepared())
         return items;
@@ -162,7 +163,7 @@ QList<NewsItem> NewsStore::loadRecent(int limit, const QDateTime &now)
 
 bool NewsStore::containsHash(const QString &hash)
 {
-    SqliteStatement select(m_db, "SELECT 1 FROM news WHERE hash=? LIMIT 1");
+    SqliteStatement select(m_db, knownHashSql);
     if (!select.isPrepared())
         return false;
     select.bind(1, hash);
